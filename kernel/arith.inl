@@ -1,0 +1,1 @@
+template <class T> constexpr Arith<T> arithKernels() { return {}; }

@@ -1,0 +1,4 @@
+template <class T>
+constexpr Fft<T> fftKernels() {
+  return {};
+}

@@ -1,0 +1,78 @@
+// The inner loops of the library: raw pointers and sizes in, numbers out. Nothing here checks, reports or allocates.
+// There is one table of them per instruction set; one is chosen when the library is loaded.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+namespace mox::kernel {
+
+class Roots;
+
+// Element-wise arithmetic on n values. Sources and destination are the same array or do not overlap. "Pair" operands
+// repeat with period 2, (even, odd), so that one kernel serves a real scalar (v, v) and a complex one (re, im).
+template <class T>
+struct Arith {
+  void (*add)(const T* a, const T* b, T* dst, size_t n);
+  void (*sub)(const T* a, const T* b, T* dst, size_t n);  // a - b
+  void (*mpy)(const T* a, const T* b, T* dst, size_t n);
+  void (*setPair)(T even, T odd, T* dst, size_t n);
+  void (*addPair)(T even, T odd, T* dst, size_t n);
+  void (*subPair)(T even, T odd, T* dst, size_t n);
+  void (*scale)(T val, T* dst, size_t n);
+  // n complex values; float32 products are evaluated in float64 and rounded once.
+  void (*mpyComplex)(const T* a, const T* b, T* dst, size_t n);
+  void (*scaleComplex)(T re, T im, T* dst, size_t n);
+  void (*conj)(const T* src, T* dst, size_t n);      // flips the sign bit of every imaginary part
+  void (*conjFlip)(const T* src, T* dst, size_t n);  // dst[n-1-i] = conj(src[i]); no overlap
+};
+
+// Transforms of N = 2^order complex values, natural order in and out, in place or not (input and output are the same
+// arrays or do not overlap). forward: X[k] = sum of x[n] e^(-2 pi i k n / N); inverse: the conjugate roots, every
+// output multiplied by scale. The split form keeps real and imaginary parts in two arrays, runs forward (exchange the
+// two parts on both sides for the inverse) and scales.
+//
+// Each order reads a table that build() made: tableBytes(order) bytes, 64-byte aligned, scratch space included, so two
+// transforms must not use one table at the same time. `in` may be unaligned to anything but its element.
+//
+// float32, orders 3 to 10: the map is the split-radix decimation in frequency whose butterfly at k = L/8 of every block
+// uses 0.70710700750350952 for the square root of one half; all other transforms are exact but for rounding.
+template <class T>
+struct Fft {
+  using Interleaved = void (*)(const T* in, T* out, T* table, T scale);
+  using Split = void (*)(const T* inRe, const T* inIm, T* outRe, T* outIm, T* table, T scale);
+
+  uint64_t (*tableBytes)(int order);
+  void (*build)(int order, const Roots& roots, T* table);
+  Interleaved forward[32];
+  Interleaved inverse[32];
+  Split split[32];
+
+  // N = 2^order real values and their spectrum X[0..N/2], through the table of order - 1; order >= 1, in place or not.
+  // The spectrum stands as X[0], X[N/2], Re X[1], Im X[1], ... Re X[N/2-1], Im X[N/2-1]: N values.
+  //   toSpectrum: X[k] = scale * sum of x[n] e^(-+2 pi i k n / N)
+  //   toSignal:   x[n] = scale * sum over all k of X[k] e^(-+2 pi i k n / N), X[N-k] = conj X[k]; the first two values
+  //               come as arguments, `bins` points at Re X[1] and may be any address.
+  // Index 0 takes the upper sign (forward) and ignores scale, index 1 the lower one (inverse).
+  using ToSpectrum = void (*)(const T* x, T* spectrum, T* table, T scale);
+  using ToSignal = void (*)(T first, T middle, const T* bins, T* x, T* table, T scale);
+  ToSpectrum toSpectrum[2][32];
+  ToSignal toSignal[2][32];
+};
+
+struct Kernels {
+  const char* name;
+  Arith<float> arith32;
+  Arith<double> arith64;
+  Fft<float> fft32;
+  Fft<double> fft64;
+};
+
+enum class Level { sse2, avx2, avx512 };
+
+// The table in use: the best that processor and operating system support, chosen at load.
+extern const Kernels* active;
+
+// The table of one level; null when this build or this machine has not got it.
+const Kernels* at(Level level);
+
+}  // namespace mox::kernel

@@ -1,0 +1,145 @@
+#include "kernel/roots.h"
+
+#include <cmath>
+#include <cstring>
+#include <new>
+
+namespace mox::kernel {
+namespace {
+
+constexpr DoubleDouble quickTwoSum(double a, double b) {  // |a| >= |b|
+  const double s = a + b;
+  return {s, b - (s - a)};
+}
+
+DoubleDouble twoSum(double a, double b) {
+  const double s = a + b;
+  const double t = s - a;
+  return {s, (a - (s - t)) + (b - t)};
+}
+
+constexpr DoubleDouble twoProduct(double a, double b) {  // Dekker: no fused multiply-add, so every processor gives these bits
+  constexpr double split = 134217729.0;                  // 2^27 + 1
+  const double p = a * b;
+  const double ta = split * a, tb = split * b;
+  const double ah = ta - (ta - a), bh = tb - (tb - b);
+  const double al = a - ah, bl = b - bh;
+  return {p, ((ah * bh - p) + ah * bl + al * bh) + al * bl};
+}
+
+constexpr DoubleDouble kPi = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};
+constexpr DoubleDouble kHalfPi = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54};
+
+// 1/n! = (1/(n-1)!) / n as sums of two doubles.
+struct InverseFactorials {
+  DoubleDouble f[30] = {{1, 0}};
+  constexpr InverseFactorials() {
+    for (int n = 1; n < 30; ++n) {
+      const double q = f[n - 1].hi / n;
+      const DoubleDouble p = twoProduct(q, n);
+      f[n] = quickTwoSum(q, ((f[n - 1].hi - p.hi) - p.lo + f[n - 1].lo) / n);
+    }
+  }
+};
+constexpr InverseFactorials kInverse;
+
+// Taylor series for |x| <= pi/4: the first term left out is below 2^-107.
+SinCos taylor(DoubleDouble x) {
+  const DoubleDouble z = -(x * x);
+  DoubleDouble s = kInverse.f[27], c = kInverse.f[28];
+  for (int n = 25; n >= 1; n -= 2) s = s * z + kInverse.f[n];
+  for (int n = 26; n >= 0; n -= 2) c = c * z + kInverse.f[n];
+  return {s * x, c};
+}
+
+}  // namespace
+
+DoubleDouble operator+(DoubleDouble a, DoubleDouble b) {
+  const DoubleDouble s = twoSum(a.hi, b.hi), t = twoSum(a.lo, b.lo);
+  const DoubleDouble u = quickTwoSum(s.hi, s.lo + t.hi);
+  return quickTwoSum(u.hi, u.lo + t.lo);
+}
+
+DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
+  const DoubleDouble p = twoProduct(a.hi, b.hi);
+  return quickTwoSum(p.hi, p.lo + (a.hi * b.lo + a.lo * b.hi));
+}
+
+template <>
+float rounded<float>(DoubleDouble x) {
+  // Round to odd first: hi's last bit stands for what lo leaves over, so that the second rounding cannot see a false tie.
+  if (x.lo != 0) {
+    uint64_t bits;
+    std::memcpy(&bits, &x.hi, sizeof bits);
+    if (!(bits & 1)) {
+      if ((x.lo > 0) == (x.hi > 0)) {
+        bits |= 1;
+      } else {
+        bits -= 1;
+      }
+    }
+    std::memcpy(&x.hi, &bits, sizeof bits);
+  }
+  return static_cast<float>(x.hi);
+}
+
+SinCos sinCos(DoubleDouble angle) {
+  const double turns = angle.hi / kHalfPi.hi;
+  const int32_t quarter = static_cast<int32_t>(turns + (turns < 0 ? -0.5 : 0.5));
+  const double quarters = quarter;
+  const DoubleDouble back = twoProduct(quarters, kHalfPi.hi);
+  const DoubleDouble reduced =
+      angle + -back + -twoProduct(quarters, kHalfPi.lo) + -DoubleDouble{quarters * -0x1.f1976b7ed8fbcp-110, 0};
+  const SinCos r = taylor(reduced);
+  switch (quarter & 3) {
+    case 0: return r;
+    case 1: return {r.cos, -r.sin};
+    case 2: return {-r.sin, -r.cos};
+    default: return {-r.cos, r.sin};
+  }
+}
+
+Roots::Roots(int order) : order_(order), fineBits_(order / 2) {
+  const uint64_t octant = (uint64_t{1} << order) / 8;
+  const uint64_t coarse = (octant >> fineBits_) + 1, fine = uint64_t{1} << fineBits_;
+  fine_.reset(new (std::nothrow) SinCos[fine]);
+  coarse_.reset(new (std::nothrow) SinCos[coarse]);
+  if (!ok()) return;
+  const double step = std::ldexp(2.0, -order);
+  for (uint64_t k = 0; k < fine; ++k) {
+    if (k <= octant) fine_[k] = sinCos(kPi * DoubleDouble{static_cast<double>(k) * step, 0});
+  }
+  for (uint64_t k = 0; k < coarse; ++k) {
+    coarse_[k] = sinCos(kPi * DoubleDouble{static_cast<double>(k << fineBits_) * step, 0});
+  }
+}
+
+Root Roots::firstOctant(uint64_t k) const {
+  const SinCos& f = fine_[k & ((uint64_t{1} << fineBits_) - 1)];
+  const SinCos& c = coarse_[k >> fineBits_];
+  return {c.cos * f.cos + -(c.sin * f.sin), c.sin * f.cos + c.cos * f.sin};
+}
+
+Root Roots::at(uint64_t k) const {
+  const uint64_t n = uint64_t{1} << order_;
+  // Work in units of an eighth of the circle, eight times finer so that small orders need no special case.
+  const uint64_t eighth = n, j = (k & (n - 1)) * 8;  // angle j/(8n) of the circle; an octant is n units
+  const uint64_t octant = j / eighth, inside = j % eighth;
+  const uint64_t first = octant & 1 ? eighth - inside : inside;  // mirrored in odd octants
+  const Root r = order_ >= 3 ? firstOctant(first / 8) : Root{};
+  DoubleDouble cos = r.re, sin = r.im;
+  if (order_ < 3) {  // only multiples of a quarter turn
+    cos = first == 0 ? DoubleDouble{1, 0} : DoubleDouble{0x1.6a09e667f3bcdp-1, -0x1.bdd3413b26456p-55};
+    sin = first == 0 ? DoubleDouble{0, 0} : cos;
+  }
+  if (((octant + 1) >> 1) & 1) {  // octants 1, 2, 5, 6: the mirror at pi/4
+    const DoubleDouble t = cos;
+    cos = sin;
+    sin = t;
+  }
+  if (octant >= 2 && octant < 6) cos = -cos;
+  if (octant >= 4) sin = -sin;
+  return {cos, -sin};
+}
+
+}  // namespace mox::kernel

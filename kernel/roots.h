@@ -1,0 +1,62 @@
+// Roots of unity to more than 100 bits, the same on every processor and in every floating-point state that keeps
+// doubles rounded to nearest: nothing but double additions and multiplications goes into them.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace mox::kernel {
+
+// The unevaluated sum hi + lo, |lo| <= ulp(hi)/2.
+struct DoubleDouble {
+  double hi, lo;
+};
+
+DoubleDouble operator+(DoubleDouble a, DoubleDouble b);
+DoubleDouble operator*(DoubleDouble a, DoubleDouble b);
+inline DoubleDouble operator-(DoubleDouble a) { return {-a.hi, -a.lo}; }
+
+// hi + lo rounded once.
+template <class T>
+T rounded(DoubleDouble x);
+template <>
+inline double rounded<double>(DoubleDouble x) { return x.hi; }
+template <>
+float rounded<float>(DoubleDouble x);
+
+struct SinCos {
+  DoubleDouble sin, cos;
+};
+// Any angle with |angle| < 2^30; absolute error below 2^-98.
+SinCos sinCos(DoubleDouble angle);
+
+struct Root {
+  DoubleDouble re, im;
+};
+
+// e^(-2 pi i k / 2^order) for any k; the eight octants are exact mirror images of each other. Keeps two tables of about
+// 2^(order/2) entries, so that a root costs one product. order may be 0..40.
+class Roots {
+ public:
+  explicit Roots(int order);
+  bool ok() const { return fine_ && coarse_; }  // false when the tables could not be allocated
+  int order() const { return order_; }
+
+  Root at(uint64_t k) const;
+
+  // (re, im) rounded once.
+  template <class T>
+  void store(uint64_t k, T* reIm) const {
+    const Root r = at(k);
+    reIm[0] = rounded<T>(r.re);
+    reIm[1] = rounded<T>(r.im);
+  }
+
+ private:
+  Root firstOctant(uint64_t k) const;
+
+  int order_, fineBits_;
+  std::unique_ptr<SinCos[]> fine_, coarse_;
+};
+
+}  // namespace mox::kernel

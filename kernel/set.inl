@@ -1,0 +1,19 @@
+// Everything that one instruction set provides. kernel/sse2.cpp, avx2.cpp and avx512.cpp include this once each, inside
+// their namespace (mox::kernel::sse2 ...) and their target region; nothing here may be visible outside that object file
+// but the table at the end, so that no code of one set can replace code of another at link time.
+
+namespace {
+#include "kernel/vec.inl"
+// (order matters: later files build on earlier ones)
+#include "kernel/arith.inl"
+#include "kernel/fft.inl"
+}  // namespace
+
+extern const Kernels table;
+constinit const Kernels table = {
+    .name = MOX_SET_NAME,
+    .arith32 = arithKernels<float>(),
+    .arith64 = arithKernels<double>(),
+    .fft32 = fftKernels<float>(),
+    .fft64 = fftKernels<double>(),
+};
