@@ -18,8 +18,9 @@ DoubleDouble twoSum(double a, double b) {
   return {s, (a - (s - t)) + (b - t)};
 }
 
-constexpr DoubleDouble twoProduct(double a, double b) {  // Dekker: no fused multiply-add, so every processor gives these bits
-  constexpr double split = 134217729.0;                  // 2^27 + 1
+constexpr DoubleDouble twoProduct(double a,
+                                  double b) {  // Dekker: no fused multiply-add, so every processor gives these bits
+  constexpr double split = 134217729.0;        // 2^27 + 1
   const double p = a * b;
   const double ta = split * a, tb = split * b;
   const double ah = ta - (ta - a), bh = tb - (tb - b);
@@ -67,7 +68,8 @@ DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
 
 template <>
 float rounded<float>(DoubleDouble x) {
-  // Round to odd first: hi's last bit stands for what lo leaves over, so that the second rounding cannot see a false tie.
+  // Round to odd first: hi's last bit stands for what lo leaves over, so that the second rounding cannot see a false
+  // tie.
   if (x.lo != 0) {
     uint64_t bits;
     std::memcpy(&bits, &x.hi, sizeof bits);
@@ -92,10 +94,14 @@ SinCos sinCos(DoubleDouble angle) {
       angle + -back + -twoProduct(quarters, kHalfPi.lo) + -DoubleDouble{quarters * -0x1.f1976b7ed8fbcp-110, 0};
   const SinCos r = taylor(reduced);
   switch (quarter & 3) {
-    case 0: return r;
-    case 1: return {r.cos, -r.sin};
-    case 2: return {-r.sin, -r.cos};
-    default: return {-r.cos, r.sin};
+    case 0:
+      return r;
+    case 1:
+      return {r.cos, -r.sin};
+    case 2:
+      return {-r.sin, -r.cos};
+    default:
+      return {-r.cos, r.sin};
   }
 }
 

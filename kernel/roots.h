@@ -20,7 +20,9 @@ inline DoubleDouble operator-(DoubleDouble a) { return {-a.hi, -a.lo}; }
 template <class T>
 T rounded(DoubleDouble x);
 template <>
-inline double rounded<double>(DoubleDouble x) { return x.hi; }
+inline double rounded<double>(DoubleDouble x) {
+  return x.hi;
+}
 template <>
 float rounded<float>(DoubleDouble x);
 

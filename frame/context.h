@@ -1,0 +1,56 @@
+// The record that carries all mutable state of one thread.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include "moxa1.h"
+
+namespace mox {
+
+// One element type's cache of plain twiddle tables is a count, 32 lengths and 32 tables, spread over the record.
+constexpr int kCacheSlots = 32;
+constexpr int kOrders = 32;
+
+struct Context {
+  uint32_t format;
+  int32_t status;
+  int32_t mode;
+  MoxErrorHandler handler;
+  int32_t fifth;
+
+  int32_t countC, countZ, countV;  // used slots, 0..32
+  int32_t lengthsC[kCacheSlots], lengthsZ[kCacheSlots], lengthsV[kCacheSlots];
+  MoxC* tablesC[kCacheSlots];
+  MoxZ* tablesZ[kCacheSlots];
+  MoxV* tablesV[kCacheSlots];
+  MoxC* fftC[kOrders];  // extended tables by order, or null
+  MoxZ* fftZ[kOrders];
+  MoxV* fftV[kOrders];       // stay null
+  int32_t* bitRev[kOrders];  // bit-reversal tables by order, or null
+  char message[88];          // moxErrorStr's text of an unknown code
+};
+
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(Context) == 1400);
+static_assert(offsetof(Context, status) == 4 && offsetof(Context, mode) == 8 && offsetof(Context, handler) == 12);
+static_assert(offsetof(Context, fifth) == 16 && offsetof(Context, countC) == 20 && offsetof(Context, lengthsC) == 32);
+static_assert(offsetof(Context, tablesC) == 416 && offsetof(Context, fftC) == 800);
+static_assert(offsetof(Context, bitRev) == 4 * 296 && offsetof(Context, message) == 1312);
+#endif
+
+// The calling thread's record; never null. On Windows a thread without one (it ran before the module was loaded) ends
+// the process; elsewhere a thread's first call makes it.
+#if defined(_WIN32)
+Context& context();
+#else
+Context& makeContext();
+extern constinit thread_local Context* currentContext;
+inline Context& context() {
+  Context* const c = currentContext;
+  if (c) [[likely]]
+    return *c;
+  return makeContext();
+}
+#endif
+
+}  // namespace mox

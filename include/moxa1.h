@@ -1,0 +1,496 @@
+/**
+ * @file moxa1.h
+ * moxa1: signal processing on arrays of samples. Plain C interface of the library and of the 32-bit Windows module.
+ *
+ * @section names Names
+ * `mox` + type letters + `b` for the vector form + operation + variant. Type letters: `s` float32, `d` float64,
+ * `c` complex float32, `z` complex float64, `w` int16, `v` complex int16, `i` int32, `j` complex int32. Variants of the
+ * vector forms: `1` updates a vector with a scalar (or alone), `2` updates `dst` with `src`, `3` writes `dst` from two
+ * sources. `Nip` means not in place.
+ *
+ * @section arguments Arguments
+ * Arrays belong to the caller and need only the alignment of their element. Counts are signed 32-bit numbers of
+ * elements; a complex element counts once. Unless a function says otherwise, a destination may be one of its sources.
+ *
+ * @section errors Errors
+ * No function throws. Every violated condition is reported through the calling thread's error handler with the status
+ * `MOX_StsBadArg`, the function's name, the condition as text (for example "n<=0"), the name of the source module and a
+ * line; then the function returns without having read or written an array, a pointer result is null, a number 0.
+ * All conditions of a function are tested, in the order in which its description lists them.
+ *
+ * The thread's status is sticky: while it is negative, every function that does not clear it on entry returns without
+ * doing its work, after its own checks. Set it back with moxSetErrStatus(MOX_StsOk). Exempt are the functions of the
+ * groups "Errors" and "Memory and version" and the scalar complex operations.
+ *
+ * A new thread starts in mode MOX_ErrModeLeaf with moxGuiBoxReport as its handler: a report asks, or ends the process.
+ * Programs that want to look at the status themselves call moxSetErrMode(MOX_ErrModeParent) or MOX_ErrModeSilent on
+ * each of their threads.
+ *
+ * @section threads Threads
+ * All state is per thread. Functions may be called on any number of threads at once, as long as no two of them share a
+ * destination or a state record.
+ *
+ * @section bits Reproducible results
+ * Sums and products are evaluated in a fixed order, whatever the alignment. Results have the same bits on every
+ * processor with fused multiply-add (AVX2 or later) and in both products; on older processors transforms may differ in
+ * the last place. The floating-point state of the calling thread (rounding mode, flush-to-zero) acts on the arithmetic
+ * of the samples as the processor defines it; tables are built in the default state.
+ */
+#ifndef MOXA1_H
+#define MOXA1_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#  define MOX_CALL __cdecl
+#  define MOX_API
+#else
+#  define MOX_CALL
+#  if defined(__GNUC__)
+#    define MOX_API __attribute__((visibility("default")))
+#  else
+#    define MOX_API
+#  endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** @defgroup types Sample types
+ * float32 and float64 are the compiler's `float` and `double`. Complex samples are (re, im) without gaps.
+ * @{ */
+typedef struct MoxC {
+  float re, im;
+} MoxC; /**< complex float32, 8 bytes */
+typedef struct MoxZ {
+  double re, im;
+} MoxZ; /**< complex float64, 16 bytes */
+typedef struct MoxV {
+  int16_t re, im;
+} MoxV; /**< complex int16, 4 bytes */
+typedef struct MoxJ {
+  int32_t re, im;
+} MoxJ; /**< complex int32, 8 bytes */
+/** @} */
+
+/** @defgroup errors Errors
+ * Status, mode and handler of the calling thread; every thread has its own.
+ * @{ */
+
+/** Status codes: 0 is success, negative values are failures. */
+enum {
+  MOX_StsOk = 0,         /**< "No Error" */
+  MOX_StsBackTrace = -1, /**< "Backtrace": a location on the way of an earlier failure; never stored as status */
+  MOX_StsError = -2,     /**< "Unknown error" */
+  MOX_StsInternal = -3,  /**< "Internal error (bad state)" */
+  MOX_StsNoMem = -4,     /**< "Out of memory" */
+  MOX_StsBadArg = -5,    /**< "Bad argument" */
+  MOX_StsBadFunc = -6,   /**< "Unsupported function" */
+  MOX_StsNoConv = -7,    /**< "Iteration convergence failed" */
+  MOX_StsAutoTrace = -8  /**< "Autotrace call": like MOX_StsBackTrace */
+};
+
+/** Error modes: what the standard handlers do with a report. */
+enum {
+  MOX_ErrModeLeaf = 0,   /**< show it and end the process (moxGuiBoxReport asks first); the initial mode */
+  MOX_ErrModeParent = 1, /**< show it and return to the caller */
+  MOX_ErrModeSilent = 2  /**< do nothing; a handler of the caller's own still runs */
+};
+
+/** An error handler. `context` and `file` may be null. Its result is the result of moxError. */
+typedef int32_t(MOX_CALL* MoxErrorHandler)(int32_t status, const char* funcName, const char* context, const char* file,
+                                           int32_t line);
+
+/** The calling thread's status. */
+MOX_API int32_t MOX_CALL moxGetErrStatus(void);
+/** Stores `status`; moxSetErrStatus(MOX_StsOk) clears a failure. */
+MOX_API void MOX_CALL moxSetErrStatus(int32_t status);
+/** The calling thread's error mode. */
+MOX_API int32_t MOX_CALL moxGetErrMode(void);
+/** Stores `mode` unchanged. Under a mode other than the three the standard handlers show, write and end nothing. */
+MOX_API void MOX_CALL moxSetErrMode(int32_t mode);
+/** Installs `handler` for the calling thread, or moxGuiBoxReport when it is null. @return the handler before. */
+MOX_API MoxErrorHandler MOX_CALL moxRedirectError(MoxErrorHandler handler);
+/** The central report: stores `status` (not the two trace codes), then, unless it is 0, calls the thread's handler.
+ * @return the handler's result; 0 for status 0. */
+MOX_API int32_t MOX_CALL moxError(int32_t status, const char* funcName, const char* context, const char* file,
+                                  int32_t line);
+/** The text of a status. Unknown codes give "Unknown error code -9" or "Unknown status code 5" in a buffer of the
+ * thread that the next unknown code overwrites. */
+MOX_API const char* MOX_CALL moxErrorStr(int32_t status);
+
+/** Handler: writes the report to the standard error stream; ends the process with code 1 in MOX_ErrModeLeaf. */
+MOX_API int32_t MOX_CALL moxStdErrReport(int32_t status, const char* funcName, const char* context, const char* file,
+                                         int32_t line);
+/** Handler: writes nothing; ends the process with code 1 in MOX_ErrModeLeaf. */
+MOX_API int32_t MOX_CALL moxNulDevReport(int32_t status, const char* funcName, const char* context, const char* file,
+                                         int32_t line);
+/** Handler: shows the report in a message box, which lets the user end the process. Texts longer than the box's buffers
+ * (199 characters, caption 99) are cut. Where there are no message boxes it does what moxStdErrReport does. */
+MOX_API int32_t MOX_CALL moxGuiBoxReport(int32_t status, const char* funcName, const char* context, const char* file,
+                                         int32_t line);
+
+/** The calling thread's context record, for debuggers. Its layout is the library's own. */
+MOX_API void* MOX_CALL moxUndContext(void);
+/** @} */
+
+/** @defgroup memory Memory and version
+ * Arrays aligned to 8 bytes. None of these reads or changes the status; a failed allocation returns null.
+ * @{ */
+
+/** `length` bytes, aligned to 8, or null. The size is not checked. */
+MOX_API void* MOX_CALL moxMalloc(int32_t length);
+/** @name Room for n elements of the letter's type, or null */
+/** @{ */
+MOX_API float* MOX_CALL moxsMalloc(int32_t n);
+MOX_API double* MOX_CALL moxdMalloc(int32_t n);
+MOX_API MoxC* MOX_CALL moxcMalloc(int32_t n);
+MOX_API MoxZ* MOX_CALL moxzMalloc(int32_t n);
+MOX_API int16_t* MOX_CALL moxwMalloc(int32_t n);
+MOX_API MoxV* MOX_CALL moxvMalloc(int32_t n);
+MOX_API int32_t* MOX_CALL moxiMalloc(int32_t n);
+MOX_API MoxJ* MOX_CALL moxjMalloc(int32_t n);
+/** @} */
+/** Releases a block of the functions above; null is ignored. */
+MOX_API void MOX_CALL moxFree(void* ptr);
+/** The version text. Do not free or change it. */
+MOX_API const char* MOX_CALL moxGetLibVersion(void);
+/** @} */
+
+/** @defgroup arithmetic Vector arithmetic
+ * Real and complex arithmetic, element by element.
+ *
+ * float32 complex products and quotients are evaluated in float64 and each part is rounded once; float64 ones evaluate
+ * each product and the sum in float64. Elements are processed from the last to the first: with `dst` equal to a source
+ * the result is the obvious one, with partly overlapping arrays it is that of the descending order.
+ * @{ */
+
+/** @name Single complex values
+ * No checks, whatever the status: a+b, a-b, a*b, the conjugate (re, 0.0 - im), the value (re, im). */
+/** @{ */
+MOX_API MoxC MOX_CALL moxcAdd(MoxC a, MoxC b);
+MOX_API MoxC MOX_CALL moxcSub(MoxC a, MoxC b);
+MOX_API MoxC MOX_CALL moxcMpy(MoxC a, MoxC b);
+MOX_API MoxC MOX_CALL moxcConj(MoxC a);
+MOX_API MoxC MOX_CALL moxcSet(float re, float im);
+MOX_API MoxZ MOX_CALL moxzAdd(MoxZ a, MoxZ b);
+MOX_API MoxZ MOX_CALL moxzSub(MoxZ a, MoxZ b);
+MOX_API MoxZ MOX_CALL moxzMpy(MoxZ a, MoxZ b);
+MOX_API MoxZ MOX_CALL moxzConj(MoxZ a);
+MOX_API MoxZ MOX_CALL moxzSet(double re, double im);
+/** @} */
+/** @name a / b
+ * r = 1 / (b.re^2 + b.im^2), then ((a.re*b.re + a.im*b.im) * r, (a.im*b.re - a.re*b.im) * r); no guard against overflow
+ * of the squares. For b = 0 (either sign) it reports "(b.re==0.0)&&(b.im==0.0)" and returns (0, 0). */
+/** @{ */
+MOX_API MoxC MOX_CALL moxcDiv(MoxC a, MoxC b);
+MOX_API MoxZ MOX_CALL moxzDiv(MoxZ a, MoxZ b);
+/** @} */
+
+/** @name dst[i] = 0, i = 0 ... n-1
+ * Checks: "n<=0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbZero(float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbZero(MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbZero(double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbZero(MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = val, i = 0 ... n-1
+ * Checks: "n<=0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbSet(float val, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbSet(MoxC val, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbSet(double val, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbSet(MoxZ val, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = src[i], any bits, i = 0 ... n-1
+ * Checks: "n<=0", "src==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbCopy(const float* src, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbCopy(const MoxC* src, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbCopy(const double* src, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbCopy(const MoxZ* src, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = dst[i] + val, i = 0 ... n-1
+ * Checks: "n<=0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbAdd1(float val, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbAdd1(MoxC val, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbAdd1(double val, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbAdd1(MoxZ val, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = dst[i] + src[i], i = 0 ... n-1
+ * Checks: "n<=0", "src==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbAdd2(const float* src, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbAdd2(const MoxC* src, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbAdd2(const double* src, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbAdd2(const MoxZ* src, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = srcA[i] + srcB[i], i = 0 ... n-1
+ * Checks: "n<=0", "srcA==0", "srcB==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbAdd3(const float* srcA, const float* srcB, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbAdd3(const MoxC* srcA, const MoxC* srcB, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbAdd3(const double* srcA, const double* srcB, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbAdd3(const MoxZ* srcA, const MoxZ* srcB, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = dst[i] - val, i = 0 ... n-1
+ * Checks: "n<=0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbSub1(float val, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbSub1(MoxC val, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbSub1(double val, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbSub1(MoxZ val, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = dst[i] - val[i], i = 0 ... n-1
+ * Checks: "n<=0", "val==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbSub2(const float* val, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbSub2(const MoxC* val, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbSub2(const double* val, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbSub2(const MoxZ* val, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = src[i] - val[i], i = 0 ... n-1
+ * Checks: "n<=0", "src==0", "val==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbSub3(const float* src, const float* val, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbSub3(const MoxC* src, const MoxC* val, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbSub3(const double* src, const double* val, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbSub3(const MoxZ* src, const MoxZ* val, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = dst[i] * val, i = 0 ... n-1
+ * Checks: "n<=0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbMpy1(float val, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbMpy1(MoxC val, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbMpy1(double val, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbMpy1(MoxZ val, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = dst[i] * src[i], i = 0 ... n-1
+ * Checks: "n<=0", "src==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbMpy2(const float* src, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbMpy2(const MoxC* src, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbMpy2(const double* src, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbMpy2(const MoxZ* src, MoxZ* dst, int32_t n);
+/** @} */
+/** @name dst[i] = srcA[i] * srcB[i], i = 0 ... n-1
+ * Checks: "n<=0", "srcA==0", "srcB==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbMpy3(const float* srcA, const float* srcB, float* dst, int32_t n);
+MOX_API void MOX_CALL moxcbMpy3(const MoxC* srcA, const MoxC* srcB, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxdbMpy3(const double* srcA, const double* srcB, double* dst, int32_t n);
+MOX_API void MOX_CALL moxzbMpy3(const MoxZ* srcA, const MoxZ* srcB, MoxZ* dst, int32_t n);
+/** @} */
+
+/** @name Conjugation
+ * Conj1: vec[i] = conj(vec[i]). Conj2: dst[i] = conj(src[i]). ConjFlip2: dst[n-1-i] = conj(src[i]); reads upwards and
+ * writes downwards, so source and destination should not overlap. ConjExtend1: vec[2n-1-i] = conj(vec[i]); vec holds 2n
+ * elements. ConjExtend2: dst[i] = src[i] and dst[2n-1-i] = conj(src[i]); dst holds 2n elements.
+ * The sign bit of the imaginary part is flipped: +0.0 becomes -0.0, a NaN keeps its payload.
+ * Checks: "n<=0", then "vec==0", or "src==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxcbConj1(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxcbConj2(const MoxC* src, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxcbConjFlip2(const MoxC* src, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxcbConjExtend1(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxcbConjExtend2(const MoxC* src, MoxC* dst, int32_t n);
+MOX_API void MOX_CALL moxzbConj1(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxzbConj2(const MoxZ* src, MoxZ* dst, int32_t n);
+MOX_API void MOX_CALL moxzbConjFlip2(const MoxZ* src, MoxZ* dst, int32_t n);
+MOX_API void MOX_CALL moxzbConjExtend1(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxzbConjExtend2(const MoxZ* src, MoxZ* dst, int32_t n);
+/** @} */
+/** @} */
+
+/** @defgroup tables Bit reversal and twiddle tables
+ * Tables are cached per thread on first use and live until the thread calls the matching Free function: a thread that
+ * wants its memory back frees them before it ends. Lengths are 2^order, 0 <= order <= 31.
+ * Checks in order: "order<0", "order>31" (or "length<=0"), "tbl==0"; a failed allocation reports "NULL Pointer" with
+ * MOX_StsNoMem. Pointers from a Get function are good until the next Get or Free call on the same thread.
+ * @{ */
+
+/** The low `order` bits of `a` in reverse: bit 0 becomes bit order-1. */
+MOX_API int32_t MOX_CALL moxBitRev(int32_t a, int32_t order);
+/** tbl[i] = moxBitRev(i, order), i = 0 ... 2^order - 1. */
+MOX_API void MOX_CALL moxCalcBitRevTbl(int32_t* tbl, int32_t order);
+/** The cached table of moxCalcBitRevTbl, or null. */
+MOX_API int32_t* MOX_CALL moxGetBitRevTbl(int32_t order);
+/** Frees the calling thread's bit-reversal tables. */
+MOX_API void MOX_CALL moxFreeBitRevTbls(void);
+
+/** @name Plain twiddle tables
+ * tbl[k] = e^(-2 pi i k / N) = (cos(k step), 0 - sin(k step)), k = 0 ... N-1, with step the double 6.283185307179586 /
+ * N; N = 2^order, or `length`. Sine and cosine are taken to more than 100 bits and rounded once. FFT and DFT tables of
+ * the same length are one table. A thread caches 32 lengths per type; beyond that the newest takes the first one's
+ * slot. */
+/** @{ */
+MOX_API void MOX_CALL moxcCalcFftTwdTbl(MoxC* tbl, int32_t order);
+MOX_API MoxC* MOX_CALL moxcGetFftTwdTbl(int32_t order);
+MOX_API void MOX_CALL moxcCalcDftTwdTbl(MoxC* tbl, int32_t length);
+MOX_API MoxC* MOX_CALL moxcGetDftTwdTbl(int32_t length);
+MOX_API void MOX_CALL moxzCalcFftTwdTbl(MoxZ* tbl, int32_t order);
+MOX_API MoxZ* MOX_CALL moxzGetFftTwdTbl(int32_t order);
+MOX_API void MOX_CALL moxzCalcDftTwdTbl(MoxZ* tbl, int32_t length);
+MOX_API MoxZ* MOX_CALL moxzGetDftTwdTbl(int32_t length);
+/** @} */
+/** @name Int16 twiddle tables
+ * tbl[k] = (trunc(16384 cos(2 pi k / N)), trunc(-16384 sin(2 pi k / N))), N = 2^order. */
+/** @{ */
+MOX_API void MOX_CALL moxvCalcFftTwdTbl(MoxV* tbl, int32_t order);
+MOX_API MoxV* MOX_CALL moxvGetFftTwdTbl(int32_t order);
+/** @} */
+/** @name Free the calling thread's twiddle tables of one type
+ * The tables of its transforms among them; the next transform builds them again. Work whatever the status is. */
+/** @{ */
+MOX_API void MOX_CALL moxcFreeTwdTbls(void);
+MOX_API void MOX_CALL moxzFreeTwdTbls(void);
+MOX_API void MOX_CALL moxvFreeTwdTbls(void);
+/** @} */
+
+/** @name Bit-reversal permutation of 2^order elements
+ * BitRev1 in place; BitRev2 dst[rev(i)] = src[i], src and dst must not overlap.
+ * Checks: "order<0", "order>31", then "vec==0", or "src==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbBitRev1(float* vec, int32_t order);
+MOX_API void MOX_CALL moxsbBitRev2(const float* src, float* dst, int32_t order);
+MOX_API void MOX_CALL moxdbBitRev1(double* vec, int32_t order);
+MOX_API void MOX_CALL moxdbBitRev2(const double* src, double* dst, int32_t order);
+MOX_API void MOX_CALL moxcbBitRev1(MoxC* vec, int32_t order);
+MOX_API void MOX_CALL moxcbBitRev2(const MoxC* src, MoxC* dst, int32_t order);
+MOX_API void MOX_CALL moxzbBitRev1(MoxZ* vec, int32_t order);
+MOX_API void MOX_CALL moxzbBitRev2(const MoxZ* src, MoxZ* dst, int32_t order);
+MOX_API void MOX_CALL moxwbBitRev1(int16_t* vec, int32_t order);
+MOX_API void MOX_CALL moxwbBitRev2(const int16_t* src, int16_t* dst, int32_t order);
+MOX_API void MOX_CALL moxvbBitRev1(MoxV* vec, int32_t order);
+MOX_API void MOX_CALL moxvbBitRev2(const MoxV* src, MoxV* dst, int32_t order);
+/** @} */
+/** @} */
+
+/** @defgroup fft Fourier transforms
+ * Transforms of N = 2^order samples, 0 <= order <= 31.
+ *
+ *     MOX_Forw:  X[k] =     sum over n of x[n] e^(-2 pi i k n / N)
+ *     MOX_Inv:   X[k] = 1/N sum over n of x[n] e^(+2 pi i k n / N)      (1/N left out with MOX_NoInvScale)
+ *
+ * The tables of an order are built on its first transform (or with MOX_Init) and kept for the thread.
+ *
+ * Accuracy: relative L2 error below 0.85 u sqrt(order), u = 2^-24 or 2^-53. The float32 kernels of orders 3 to 10 use
+ * 0.70710700750350952 for the square root of one half in their butterfly at an eighth of each block, which adds up to
+ * 3.2e-7 to single outputs.
+ *
+ * Errors, in order: a table that cannot be had is reported by the table's own function and then as "Bad pointer" with
+ * MOX_StsBackTrace; "order<0", "order>31", null arrays (for example "samps==0"); then the flags, with the texts given
+ * at their names. A violation leaves the data untouched. Input and output of the Nip forms are the same array or do not
+ * overlap.
+ * @{ */
+
+/** The flag word of every transform. Exactly one direction: "MOX_Forw and MOX_Inv", "no MOX_Forw or MOX_Inv". */
+enum {
+  MOX_Forw = 0x0001, /**< forward */
+  MOX_Inv = 0x0002,  /**< inverse, scaled by 1/N */
+  MOX_Init = 0x0004, /**< only prepare the tables of this order for the calling thread; the data is not looked at */
+  MOX_NoInvScale = 0x0008, /**< do not scale the inverse */
+  MOX_NoBitRev = 0x0010,   /**< natural order on both sides; what no bit-order flag means */
+  MOX_InBitRev =
+      0x0020, /**< input in bit-reversed order: "MOX_InBitRev and MOX_OutBitRev", "MOX_InBitRev and MOX_NoBitRev" */
+  MOX_OutBitRev = 0x0040, /**< output in bit-reversed order: "MOX_OutBitRev and MOX_NoBitRev" */
+  MOX_OutRCPack =
+      0x0080, /**< RealFftl: RCPack output; "MOX_OutRCPack and MOX_OutRCPerm", "no MOX_OutRCPack or MOX_OutRCPerm" */
+  MOX_OutRCPerm = 0x0100, /**< RealFftl: RCPerm output */
+  MOX_InRCPack =
+      0x0200, /**< CcsFftl: RCPack input; "MOX_InRCPack and MOX_InRCPerm", "no MOX_InRCPack or MOX_InRCPerm" */
+  MOX_InRCPerm = 0x0400 /**< CcsFftl: RCPerm input */
+};
+
+/** @name Complex transforms
+ * Bit-order flags are honoured; a transform of order 0 is the identity and is not scaled. The `r` forms keep real and
+ * imaginary parts in two arrays of N. */
+/** @{ */
+MOX_API void MOX_CALL moxcFft(MoxC* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxcFftNip(const MoxC* inSamps, MoxC* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxcrFft(float* reSamps, float* imSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxcrFftNip(const float* reInSamps, const float* imInSamps, float* reOutSamps, float* imOutSamps,
+                                  int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxzFft(MoxZ* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxzFftNip(const MoxZ* inSamps, MoxZ* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxzrFft(double* reSamps, double* imSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxzrFftNip(const double* reInSamps, const double* imInSamps, double* reOutSamps,
+                                  double* imOutSamps, int32_t order, int32_t flags);
+/** @} */
+
+/** @name Real signals and their spectra: CCS
+ * The spectrum X[0] ... X[N/2] of N real samples as N + 2 reals:
+ *
+ *     CCS     Re X[0], 0, Re X[1], Im X[1], ..., Re X[N/2-1], Im X[N/2-1], Re X[N/2], 0
+ *
+ * RealFft: signal to spectrum; the array of the in-place form holds N + 2 reals. CcsFft: spectrum to signal; the
+ * imaginary slots of X[0] and X[N/2] are ignored, N reals are written. RealFft with MOX_Forw and CcsFft with MOX_Inv
+ * undo each other. Only the direction flags are looked at. Order 0 leaves the array as it is. */
+/** @{ */
+MOX_API void MOX_CALL moxsRealFft(float* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsRealFftNip(const float* inSamps, float* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsCcsFft(float* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsCcsFftNip(const float* inSamps, float* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdRealFft(double* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdRealFftNip(const double* inSamps, double* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdCcsFft(double* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdCcsFftNip(const double* inSamps, double* outSamps, int32_t order, int32_t flags);
+/** @} */
+/** @name Real signals and their spectra: packed
+ * N reals on both sides, in one of two layouts:
+ *
+ *     RCPack  Re X[0], Re X[1], Im X[1], ..., Re X[N/2-1], Im X[N/2-1], Re X[N/2]
+ *     RCPerm  Re X[0], Re X[N/2], Re X[1], Im X[1], ..., Re X[N/2-1], Im X[N/2-1]
+ *
+ * RealFftl writes the layout of MOX_OutRCPack or MOX_OutRCPerm, CcsFftl reads that of MOX_InRCPack or MOX_InRCPerm. */
+/** @{ */
+MOX_API void MOX_CALL moxsRealFftl(float* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsRealFftlNip(const float* inSamps, float* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsCcsFftl(float* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsCcsFftlNip(const float* inSamps, float* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdRealFftl(double* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdRealFftlNip(const double* inSamps, double* outSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdCcsFftl(double* samps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdCcsFftlNip(const double* inSamps, double* outSamps, int32_t order, int32_t flags);
+/** @} */
+/** @name Two real signals at once
+ * Two signals of N reals and their CCS spectra (N + 2 reals each) through one complex transform of length N. The two
+ * arrays must not overlap. */
+/** @{ */
+MOX_API void MOX_CALL moxsReal2Fft(float* xSamps, float* ySamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsReal2FftNip(const float* xInSamps, const float* yInSamps, float* xOutSamps, float* yOutSamps,
+                                      int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsCcs2Fft(float* xSamps, float* ySamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxsCcs2FftNip(const float* xInSamps, const float* yInSamps, float* xOutSamps, float* yOutSamps,
+                                     int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdReal2Fft(double* xSamps, double* ySamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdReal2FftNip(const double* xInSamps, const double* yInSamps, double* xOutSamps,
+                                      double* yOutSamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdCcs2Fft(double* xSamps, double* ySamps, int32_t order, int32_t flags);
+MOX_API void MOX_CALL moxdCcs2FftNip(const double* xInSamps, const double* yInSamps, double* xOutSamps,
+                                     double* yOutSamps, int32_t order, int32_t flags);
+/** @} */
+/** @name Products of packed spectra
+ * The spectrum of a circular convolution: X[k] = A[k] B[k], both factors and the product in one layout, N = 2^order
+ * reals. `2`: dst = dst * src. `3`: dst = srcA * srcB.
+ * Checks: "order<0", "order>31", then "src==0", "dst==0", or "srcA==0", "srcB==0", "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsMpyRCPack2(const float* src, float* dst, int32_t order);
+MOX_API void MOX_CALL moxsMpyRCPack3(const float* srcA, const float* srcB, float* dst, int32_t order);
+MOX_API void MOX_CALL moxsMpyRCPerm2(const float* src, float* dst, int32_t order);
+MOX_API void MOX_CALL moxsMpyRCPerm3(const float* srcA, const float* srcB, float* dst, int32_t order);
+MOX_API void MOX_CALL moxdMpyRCPack2(const double* src, double* dst, int32_t order);
+MOX_API void MOX_CALL moxdMpyRCPack3(const double* srcA, const double* srcB, double* dst, int32_t order);
+MOX_API void MOX_CALL moxdMpyRCPerm2(const double* src, double* dst, int32_t order);
+MOX_API void MOX_CALL moxdMpyRCPerm3(const double* srcA, const double* srcB, double* dst, int32_t order);
+/** @} */
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* MOXA1_H */

@@ -1,0 +1,14 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "moxa1.h"
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  // A report that no test expects must fail loudly, not open a box.
+  moxSetErrMode(MOX_ErrModeParent);
+  moxRedirectError(moxStdErrReport);
+  std::printf("%s\n", moxGetLibVersion());
+  return RUN_ALL_TESTS();
+}
