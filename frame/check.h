@@ -30,8 +30,8 @@ struct ModuleName {
 // Names the exported function in which it stands as a default argument: void f(..., Site site = Here<"moxarith">()).
 template <ModuleName Module>
 struct Here : Site {
-  constexpr Here(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
-      : Site{Module.text, function, line} {}
+  constexpr Here(const char* caller = __builtin_FUNCTION(), int callerLine = __builtin_LINE())
+      : Site{Module.text, caller, callerLine} {}
 };
 
 // Reports one failure; the result is the handler's.

@@ -61,6 +61,7 @@ struct Fft {
 
 struct Kernels {
   const char* name;
+  void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
   Arith<float> arith32;
   Arith<double> arith64;
   Fft<float> fft32;

@@ -66,6 +66,13 @@ DoubleDouble operator*(DoubleDouble a, DoubleDouble b) {
   return quickTwoSum(p.hi, p.lo + (a.hi * b.lo + a.lo * b.hi));
 }
 
+DoubleDouble operator-(DoubleDouble a) { return {-a.hi, -a.lo}; }
+
+template <>
+double rounded<double>(DoubleDouble x) {
+  return x.hi;
+}
+
 template <>
 float rounded<float>(DoubleDouble x) {
   // Round to odd first: hi's last bit stands for what lo leaves over, so that the second rounding cannot see a false
@@ -147,5 +154,14 @@ Root Roots::at(uint64_t k) const {
   if (octant >= 4) sin = -sin;
   return {cos, -sin};
 }
+
+template <class T>
+void Roots::store(uint64_t k, T* reIm) const {
+  const Root r = at(k);
+  reIm[0] = rounded<T>(r.re);
+  reIm[1] = rounded<T>(r.im);
+}
+template void Roots::store<float>(uint64_t, float*) const;
+template void Roots::store<double>(uint64_t, double*) const;
 
 }  // namespace mox::kernel

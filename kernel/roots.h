@@ -14,17 +14,12 @@ struct DoubleDouble {
 
 DoubleDouble operator+(DoubleDouble a, DoubleDouble b);
 DoubleDouble operator*(DoubleDouble a, DoubleDouble b);
-inline DoubleDouble operator-(DoubleDouble a) { return {-a.hi, -a.lo}; }
+DoubleDouble operator-(DoubleDouble a);
 
-// hi + lo rounded once.
+// hi + lo rounded once; float and double. (Nothing here is inline: the kernel sources of every instruction set include
+// this, and an out-of-line copy made by one of them could become the whole program's.)
 template <class T>
 T rounded(DoubleDouble x);
-template <>
-inline double rounded<double>(DoubleDouble x) {
-  return x.hi;
-}
-template <>
-float rounded<float>(DoubleDouble x);
 
 struct SinCos {
   DoubleDouble sin, cos;
@@ -46,13 +41,9 @@ class Roots {
 
   Root at(uint64_t k) const;
 
-  // (re, im) rounded once.
+  // (re, im) rounded once; float and double.
   template <class T>
-  void store(uint64_t k, T* reIm) const {
-    const Root r = at(k);
-    reIm[0] = rounded<T>(r.re);
-    reIm[1] = rounded<T>(r.im);
-  }
+  void store(uint64_t k, T* reIm) const;
 
  private:
   Root firstOctant(uint64_t k) const;

@@ -12,6 +12,7 @@ namespace {
 extern const Kernels table;
 constinit const Kernels table = {
     .name = MOX_SET_NAME,
+    .copyWords = copyWords,
     .arith32 = arithKernels<float>(),
     .arith64 = arithKernels<double>(),
     .fft32 = fftKernels<float>(),

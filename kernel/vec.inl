@@ -32,6 +32,18 @@ MOX_INLINE void store(ElementOf<V>* p, V v) {
   __builtin_memcpy(p, &v, sizeof v);
 }
 
+// One element, of memory that may hold another type.
+template <class T>
+MOX_INLINE T loadOne(const T* p) {
+  T x;
+  __builtin_memcpy(&x, p, sizeof x);
+  return x;
+}
+template <class T>
+MOX_INLINE void storeOne(T* p, T x) {
+  __builtin_memcpy(p, &x, sizeof x);
+}
+
 template <class V>
 MOX_INLINE V broadcast(ElementOf<V> x) {
   return x - V{};
@@ -71,4 +83,95 @@ MOX_INLINE Vec<float, 4> narrow(Vec<double, 4> v) { return _mm256_cvtpd_ps(v); }
 #if MOX_VEC_BYTES == 64
 MOX_INLINE Vec<double, 8> widen(Vec<float, 8> v) { return _mm512_cvtps_pd(v); }
 MOX_INLINE Vec<float, 8> narrow(Vec<double, 8> v) { return _mm512_cvtpd_ps(v); }
+#endif
+
+// Vectors of complex values, (re, im) pairs.
+
+// Exchanges the two parts of every value.
+MOX_INLINE Vec<float, 4> swapParts(Vec<float, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
+MOX_INLINE Vec<double, 2> swapParts(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 1, 0); }
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE Vec<float, 8> swapParts(Vec<float, 8> v) {
+  return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
+}
+MOX_INLINE Vec<double, 4> swapParts(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
+#endif
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<float, 16> swapParts(Vec<float, 16> v) {
+  return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+}
+MOX_INLINE Vec<double, 8> swapParts(Vec<double, 8> v) {
+  return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
+}
+#endif
+
+// The pairs (re[0], im[0]), (re[1], im[1]), ... that fill V, and the reverse.
+template <class V>
+MOX_INLINE V interleaved(const ElementOf<V>* re, const ElementOf<V>* im);
+MOX_INLINE void deinterleave(Vec<double, 2> v, double* re, double* im) {
+  *re = v[0];
+  *im = v[1];
+}
+template <>
+MOX_INLINE Vec<double, 2> interleaved<Vec<double, 2>>(const double* re, const double* im) {
+  return Vec<double, 2>{*re, *im};
+}
+MOX_INLINE void deinterleave(Vec<float, 4> v, float* re, float* im) {
+  const Vec<float, 4> parts = __builtin_shufflevector(v, v, 0, 2, 1, 3);
+  _mm_storel_pi(reinterpret_cast<__m64*>(re), parts);
+  _mm_storeh_pi(reinterpret_cast<__m64*>(im), parts);
+}
+template <>
+MOX_INLINE Vec<float, 4> interleaved<Vec<float, 4>>(const float* re, const float* im) {
+  const Vec<float, 4> r = _mm_loadl_pi(Vec<float, 4>{}, reinterpret_cast<const __m64*>(re));
+  const Vec<float, 4> i = _mm_loadl_pi(Vec<float, 4>{}, reinterpret_cast<const __m64*>(im));
+  return _mm_unpacklo_ps(r, i);
+}
+#if MOX_VEC_BYTES >= 32
+template <>
+MOX_INLINE Vec<float, 8> interleaved<Vec<float, 8>>(const float* re, const float* im) {
+  const Vec<float, 4> r = load<Vec<float, 4>>(re), i = load<Vec<float, 4>>(im);
+  return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_unpacklo_ps(r, i)), _mm_unpackhi_ps(r, i), 1);
+}
+template <>
+MOX_INLINE Vec<double, 4> interleaved<Vec<double, 4>>(const double* re, const double* im) {
+  const Vec<double, 2> r = load<Vec<double, 2>>(re), i = load<Vec<double, 2>>(im);
+  return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_unpacklo_pd(r, i)), _mm_unpackhi_pd(r, i), 1);
+}
+MOX_INLINE void deinterleave(Vec<float, 8> v, float* re, float* im) {
+  const Vec<float, 4> low = _mm256_castps256_ps128(v), high = _mm256_extractf128_ps(v, 1);
+  store<Vec<float, 4>>(re, _mm_shuffle_ps(low, high, 0x88));
+  store<Vec<float, 4>>(im, _mm_shuffle_ps(low, high, 0xdd));
+}
+MOX_INLINE void deinterleave(Vec<double, 4> v, double* re, double* im) {
+  const Vec<double, 2> low = _mm256_castpd256_pd128(v), high = _mm256_extractf128_pd(v, 1);
+  store<Vec<double, 2>>(re, _mm_unpacklo_pd(low, high));
+  store<Vec<double, 2>>(im, _mm_unpackhi_pd(low, high));
+}
+#endif
+#if MOX_VEC_BYTES == 64
+template <>
+MOX_INLINE Vec<float, 16> interleaved<Vec<float, 16>>(const float* re, const float* im) {
+  const __m512i order = _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+  return _mm512_permutex2var_ps(_mm512_castps256_ps512(_mm256_loadu_ps(re)), order,
+                                _mm512_castps256_ps512(_mm256_loadu_ps(im)));
+}
+template <>
+MOX_INLINE Vec<double, 8> interleaved<Vec<double, 8>>(const double* re, const double* im) {
+  const __m512i order = _mm512_setr_epi64(0, 8, 1, 9, 2, 10, 3, 11);
+  return _mm512_permutex2var_pd(_mm512_castpd256_pd512(_mm256_loadu_pd(re)), order,
+                                _mm512_castpd256_pd512(_mm256_loadu_pd(im)));
+}
+MOX_INLINE void deinterleave(Vec<float, 16> v, float* re, float* im) {
+  const __m512i order = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
+  const __m512 parts = _mm512_permutexvar_ps(order, v);
+  _mm256_storeu_ps(re, _mm512_castps512_ps256(parts));
+  _mm256_storeu_ps(im, _mm512_extractf32x8_ps(parts, 1));
+}
+MOX_INLINE void deinterleave(Vec<double, 8> v, double* re, double* im) {
+  const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+  const __m512d parts = _mm512_permutexvar_pd(order, v);
+  _mm256_storeu_pd(re, _mm512_castpd512_pd256(parts));
+  _mm256_storeu_pd(im, _mm512_extractf64x4_pd(parts, 1));
+}
 #endif
