@@ -1,5 +1,7 @@
 #include "kernel/kernels.h"
 
+#include <initializer_list>
+
 namespace mox::kernel {
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -11,12 +13,12 @@ namespace avx2 {
 extern const Kernels table;
 }
 namespace avx512 {
-#  if defined(_WIN32) && defined(__i386__)
-constexpr const Kernels* best = nullptr;
-#  else
+#if defined(_WIN32) && defined(__i386__)
+constexpr const Kernels* available = nullptr;  // not built: with eight vector registers it gains nothing
+#else
 extern const Kernels table;
-constexpr const Kernels* best = &table;
-#  endif
+constexpr const Kernels* available = &table;
+#endif
 }  // namespace avx512
 
 const Kernels* at(Level level) {
@@ -27,7 +29,7 @@ const Kernels* at(Level level) {
       return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                      __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
                      __builtin_cpu_supports("fma")
-                 ? avx512::best
+                 ? avx512::available
                  : nullptr;
     case Level::avx2:
       return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? &avx2::table : nullptr;
