@@ -1,4 +1,52 @@
+// The transforms of one set, gathered. An order's table is one block: what its complex transform wants, then, from a
+// multiple of 64 bytes on, what the real transform of the next order wants.
+
+#include "kernel/fft_io.inl"
+#include "kernel/fft_plain.inl"
+
+template <class T>
+constexpr uint64_t complexTableBytes(int order) {
+  return plainTableBytes<T>(order);
+}
+
+template <class T>
+void buildComplex(int order, const Roots& roots, T* table) {
+  plainBuild(order, roots, table);
+}
+
+template <class T, int Order>
+constexpr void setOrder(Fft<T>& fft) {
+  fft.forward[Order] = plainPacked<T, Order, 1>;
+  fft.inverse[Order] = plainPacked<T, Order, -1>;
+  fft.split[Order] = plainSplit<T, Order>;
+}
+
+template <class T, int... Orders>
+constexpr void setOrders(Fft<T>& fft, std::integer_sequence<int, Orders...>) {
+  (setOrder<T, Orders>(fft), ...);
+}
+
+template <class T>
+uint64_t tableBytes(int order) {
+  return (complexTableBytes<T>(order) + 63) / 64 * 64;
+}
+
+template <class T>
+void build(int order, const Roots& roots, T* table) {
+  buildComplex(order, roots, table);
+}
+
+// Larger arrays than half of the address space cannot exist.
+template <class T>
+constexpr int kLargestOrder = sizeof(size_t) == 8 ? 31
+                              : sizeof(T) == 4    ? 27
+                                                  : 26;
+
 template <class T>
 constexpr Fft<T> fftKernels() {
-  return {};
+  Fft<T> fft{};
+  fft.tableBytes = tableBytes<T>;
+  fft.build = build<T>;
+  setOrders(fft, std::make_integer_sequence<int, kLargestOrder<T> + 1>{});
+  return fft;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 #include "kernel/kernels.h"
 #include "kernel/region.h"
+#include "kernel/roots.h"
 
 #define MOX_SET_NAME "sse2"
 #define MOX_VEC_BYTES 16

@@ -54,16 +54,10 @@ MOX_INLINE V broadcast(ElementOf<V> x) {
 MOX_INLINE Vec<float, 4> fma(Vec<float, 4> a, Vec<float, 4> b, Vec<float, 4> c) { return _mm_fmadd_ps(a, b, c); }
 MOX_INLINE Vec<double, 2> fma(Vec<double, 2> a, Vec<double, 2> b, Vec<double, 2> c) { return _mm_fmadd_pd(a, b, c); }
 MOX_INLINE Vec<float, 8> fma(Vec<float, 8> a, Vec<float, 8> b, Vec<float, 8> c) { return _mm256_fmadd_ps(a, b, c); }
-MOX_INLINE Vec<double, 4> fma(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
-  return _mm256_fmadd_pd(a, b, c);
-}
+MOX_INLINE Vec<double, 4> fma(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) { return _mm256_fmadd_pd(a, b, c); }
 #  if MOX_VEC_BYTES == 64
-MOX_INLINE Vec<float, 16> fma(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> c) {
-  return _mm512_fmadd_ps(a, b, c);
-}
-MOX_INLINE Vec<double, 8> fma(Vec<double, 8> a, Vec<double, 8> b, Vec<double, 8> c) {
-  return _mm512_fmadd_pd(a, b, c);
-}
+MOX_INLINE Vec<float, 16> fma(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> c) { return _mm512_fmadd_ps(a, b, c); }
+MOX_INLINE Vec<double, 8> fma(Vec<double, 8> a, Vec<double, 8> b, Vec<double, 8> c) { return _mm512_fmadd_pd(a, b, c); }
 #  endif
 #else
 template <class V>
@@ -91,18 +85,14 @@ MOX_INLINE Vec<float, 8> narrow(Vec<double, 8> v) { return _mm512_cvtpd_ps(v); }
 MOX_INLINE Vec<float, 4> swapParts(Vec<float, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
 MOX_INLINE Vec<double, 2> swapParts(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 1, 0); }
 #if MOX_VEC_BYTES >= 32
-MOX_INLINE Vec<float, 8> swapParts(Vec<float, 8> v) {
-  return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
-}
+MOX_INLINE Vec<float, 8> swapParts(Vec<float, 8> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
 MOX_INLINE Vec<double, 4> swapParts(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
 #endif
 #if MOX_VEC_BYTES == 64
 MOX_INLINE Vec<float, 16> swapParts(Vec<float, 16> v) {
   return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
 }
-MOX_INLINE Vec<double, 8> swapParts(Vec<double, 8> v) {
-  return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
-}
+MOX_INLINE Vec<double, 8> swapParts(Vec<double, 8> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
 #endif
 
 // The pairs (re[0], im[0]), (re[1], im[1]), ... that fill V, and the reverse.

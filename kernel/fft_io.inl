@@ -1,0 +1,55 @@
+// Where a transform reads its input and leaves its output. A kernel is a template over one of these; its first pass
+// calls get<V>(i) for the complex values i, i+1, ... as (re, im) pairs, its last pass put(i, v). Every kernel reads all
+// of its input before it writes any output, or goes through scratch of its own, so that input and output may be the
+// same.
+//
+// The direction D of a kernel is a template argument of its own: +1 for e^(-2 pi i kn/N), -1 for e^(+2 pi i kn/N). All
+// that depends on it are signs of factors in fused multiply-adds, so the inverse costs nothing and is bit for bit the
+// conjugate map. forward is (D = +1, PackedIo), inverse is (D = -1, ScaledIo), split is (D = +1, SplitIo).
+
+template <class T>
+struct PackedIo {
+  const T* in;
+  T* out;
+
+  template <class V>
+  MOX_INLINE V get(size_t i) const {
+    return load<V>(in + 2 * i);
+  }
+  template <class V>
+  MOX_INLINE void put(size_t i, V v) const {
+    store(out + 2 * i, v);
+  }
+};
+
+template <class T>
+struct ScaledIo {
+  const T* in;
+  T* out;
+  T scale;
+
+  template <class V>
+  MOX_INLINE V get(size_t i) const {
+    return load<V>(in + 2 * i);
+  }
+  template <class V>
+  MOX_INLINE void put(size_t i, V v) const {
+    store(out + 2 * i, v * broadcast<V>(scale));
+  }
+};
+
+template <class T>
+struct SplitIo {
+  const T *inRe, *inIm;
+  T *outRe, *outIm;
+  T scale;
+
+  template <class V>
+  MOX_INLINE V get(size_t i) const {
+    return interleaved<V>(inRe + i, inIm + i);
+  }
+  template <class V>
+  MOX_INLINE void put(size_t i, V v) const {
+    deinterleave(v * broadcast<V>(scale), outRe + i, outIm + i);
+  }
+};
