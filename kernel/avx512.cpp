@@ -8,6 +8,11 @@
 #include "kernel/region.h"
 #include "kernel/roots.h"
 
+// GCC 12 takes the undefined upper operands of its own intrinsics for a fault.
+#if !defined(__clang__)
+#  pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #define MOX_SET_NAME "avx512"
 #define MOX_VEC_BYTES 64
 #define MOX_HAS_FMA 1

@@ -312,7 +312,7 @@ MoxZ moxzConj(MoxZ a) { return {a.re, 0.0 - a.im}; }
 MoxC moxcSet(float re, float im) { return {re, im}; }
 MoxZ moxzSet(double re, double im) { return {re, im}; }
 
-void moxsbZero(float* dst, int32_t n) { zero(dst, n); }
+void moxsbZero(float* dst, int32_t n) { zero(dst, n, Site{"moxarith", "moxsbZero", 1105}); }
 void moxcbZero(MoxC* dst, int32_t n) { zero(dst, n); }
 void moxdbZero(double* dst, int32_t n) { zero(dst, n); }
 void moxzbZero(MoxZ* dst, int32_t n) { zero(dst, n); }
