@@ -3,22 +3,35 @@
 
 #include "kernel/fft_io.inl"
 #include "kernel/fft_plain.inl"
+#include "kernel/fft_sweeps.inl"
+
+constexpr int kFirstSweepOrder = 13;
 
 template <class T>
 constexpr uint64_t complexTableBytes(int order) {
-  return plainTableBytes<T>(order);
+  return order >= kFirstSweepOrder ? sweepTableBytes<T>(order) : plainTableBytes<T>(order);
 }
 
 template <class T>
 void buildComplex(int order, const Roots& roots, T* table) {
-  plainBuild(order, roots, table);
+  if (order >= kFirstSweepOrder) {
+    sweepBuild(order, roots, table);
+  } else {
+    plainBuild(order, roots, table);
+  }
 }
 
 template <class T, int Order>
 constexpr void setOrder(Fft<T>& fft) {
-  fft.forward[Order] = plainPacked<T, Order, 1>;
-  fft.inverse[Order] = plainPacked<T, Order, -1>;
-  fft.split[Order] = plainSplit<T, Order>;
+  if constexpr (Order >= kFirstSweepOrder) {
+    fft.forward[Order] = sweepForward<T, Order>;
+    fft.inverse[Order] = sweepInverse<T, Order>;
+    fft.split[Order] = sweepSplit<T, Order>;
+  } else {
+    fft.forward[Order] = plainPacked<T, Order, 1>;
+    fft.inverse[Order] = plainPacked<T, Order, -1>;
+    fft.split[Order] = plainSplit<T, Order>;
+  }
 }
 
 template <class T, int... Orders>
