@@ -25,7 +25,7 @@ constexpr int kSweepElement = 2 * kSweepLanes<T>;  // reals
 
 // c - a*b
 template <class V>
-MOX_INLINE V fnma(V a, V b, V c) {
+MOX_INLINE V sweepFnma(V a, V b, V c) {
 #if MOX_HAS_FMA
   return fma(-a, b, c);
 #else
@@ -36,7 +36,7 @@ MOX_INLINE V fnma(V a, V b, V c) {
 // (re, im) *= (wr, wi)
 template <class V>
 MOX_INLINE void sweepRotate(V& re, V& im, V wr, V wi) {
-  const V r = fnma(im, wi, re * wr);
+  const V r = sweepFnma(im, wi, re * wr);
   im = fma(im, wr, re * wi);
   re = r;
 }
@@ -71,8 +71,8 @@ MOX_INLINE void sweepButterfly(V (&re)[8], V (&im)[8]) {
   const V sr = dr[1] - dr[3], si = di[1] - di[3], tr = dr[1] + dr[3], ti = di[1] + di[3];
   const V ar = sr + ti, ai = si - tr, br = sr - ti, bi = si + tr;
   re[1] = fma(half, ar, ur), im[1] = fma(half, ai, ui);
-  re[5] = fnma(half, ar, ur), im[5] = fnma(half, ai, ui);
-  re[3] = fnma(half, br, vr), im[3] = fnma(half, bi, vi);
+  re[5] = sweepFnma(half, ar, ur), im[5] = sweepFnma(half, ai, ui);
+  re[3] = sweepFnma(half, br, vr), im[3] = sweepFnma(half, bi, vi);
   re[7] = fma(half, br, vr), im[7] = fma(half, bi, vi);
 }
 
@@ -108,7 +108,7 @@ MOX_INLINE void sweepButterfly(V (&re)[16], V (&im)[16]) {
   {  // y2 half (1 - i)
     const V tr = yr[1][2] + yi[1][2], ti = yi[1][2] - yr[1][2];
     const V ar = fma(half, tr, yr[1][0]), ai = fma(half, ti, yi[1][0]);
-    const V br = fnma(half, tr, yr[1][0]), bi = fnma(half, ti, yi[1][0]);
+    const V br = sweepFnma(half, tr, yr[1][0]), bi = sweepFnma(half, ti, yi[1][0]);
     const V cr = yr[1][1] + yr[1][3], ci = yi[1][1] + yi[1][3], dr = yr[1][1] - yr[1][3], di = yi[1][1] - yi[1][3];
     re[1] = ar + cr, im[1] = ai + ci;
     re[5] = br + di, im[5] = bi - dr;
@@ -121,14 +121,14 @@ MOX_INLINE void sweepButterfly(V (&re)[16], V (&im)[16]) {
     const V fr = yi[2][3] - yr[2][3], fi = yi[2][3] + yr[2][3];  // conj of the third product
     const V cr = er + fr, ci = ei - fi, dr = er - fr, di = ei + fi;
     re[2] = fma(half, cr, ar), im[2] = fma(half, ci, ai);
-    re[6] = fma(half, di, br), im[6] = fnma(half, dr, bi);
-    re[10] = fnma(half, cr, ar), im[10] = fnma(half, ci, ai);
-    re[14] = fnma(half, di, br), im[14] = fma(half, dr, bi);
+    re[6] = fma(half, di, br), im[6] = sweepFnma(half, dr, bi);
+    re[10] = sweepFnma(half, cr, ar), im[10] = sweepFnma(half, ci, ai);
+    re[14] = sweepFnma(half, di, br), im[14] = fma(half, dr, bi);
   }
   {  // y2 half (-1 - i)
     const V tr = yi[3][2] - yr[3][2], ti = yr[3][2] + yi[3][2];
-    const V ar = fma(half, tr, yr[3][0]), ai = fnma(half, ti, yi[3][0]);
-    const V br = fnma(half, tr, yr[3][0]), bi = fma(half, ti, yi[3][0]);
+    const V ar = fma(half, tr, yr[3][0]), ai = sweepFnma(half, ti, yi[3][0]);
+    const V br = sweepFnma(half, tr, yr[3][0]), bi = fma(half, ti, yi[3][0]);
     const V cr = yr[3][1] + yr[3][3], ci = yi[3][1] + yi[3][3], dr = yr[3][1] - yr[3][3], di = yi[3][1] - yi[3][3];
     re[3] = ar + cr, im[3] = ai + ci;
     re[7] = br + di, im[7] = bi - dr;
