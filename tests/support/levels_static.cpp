@@ -1,6 +1,15 @@
 #include "kernel/kernels.h"
 #include "tests/support/support.h"
 
+#if defined(_WIN32)
+#  include <windows.h>
+
+// Nobody but this program's own thread callback calls the entry point of a module that is part of the program.
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved);
+static void NTAPI callEntryPoint(PVOID, DWORD reason, PVOID reserved) { DllMain(nullptr, reason, reserved); }
+extern "C" [[gnu::section(".CRT$XLY"), gnu::used]] const PIMAGE_TLS_CALLBACK moxtestThreadCallback = callEntryPoint;
+#endif
+
 namespace moxtest {
 namespace {
 
