@@ -4,8 +4,6 @@
 
 namespace mox::kernel {
 
-#if defined(__x86_64__) || defined(__i386__)
-
 namespace sse2 {
 extern const Kernels table;
 }
@@ -50,15 +48,5 @@ constinit const Kernels* active = &sse2::table;
     }
   }
 }
-
-#else
-
-namespace plain {
-extern const Kernels table;
-}
-const Kernels* at(Level level) { return level == Level::sse2 ? &plain::table : nullptr; }
-constinit const Kernels* active = &plain::table;
-
-#endif
 
 }  // namespace mox::kernel
