@@ -305,6 +305,19 @@ MOX_API void MOX_CALL moxzbConjExtend2(const MoxZ* src, MoxZ* dst, int32_t n);
 /** @} */
 /** @} */
 
+/** @defgroup scaling Scale modes
+ * Functions on int16 samples compute in wider numbers and bring every result v back to 16 bits as v * 2^-factor. A scale
+ * mode says how, and `scalePtr` points at the factor: -14 ... 15, positive makes values smaller.
+ * @{ */
+enum {
+  MOX_NoScale = 0,     /**< factor 0; the low 16 bits are kept (wraps) */
+  MOX_NoScaleSat = 1,  /**< factor 0; saturates to -32768 ... 32767 */
+  MOX_FixScale = 2,    /**< the caller's factor, 0 when `scalePtr` is null; wraps */
+  MOX_FixScaleSat = 3, /**< the caller's factor, 0 when `scalePtr` is null; saturates */
+  MOX_AutoScale = 4    /**< the least factor >= 0 with which every result fits, written to `*scalePtr` */
+};
+/** @} */
+
 /** @defgroup tables Bit reversal and twiddle tables
  * Tables are cached per thread on first use and live until the thread calls the matching Free function: a thread that
  * wants its memory back frees them before it ends. Lengths are 2^order, 0 <= order <= 31.

@@ -59,11 +59,27 @@ struct Fft {
   ToSignal toSignal[2][32];
 };
 
+// int16 from wider values times 2^-factor: floats truncated toward zero after the exact scaling, integers shifted.
+// wrapped keeps the low 16 bits, saturated limits to -32768 ... 32767. src and dst do not overlap.
+struct Scale {
+  void (*floatsWrapped)(const float* src, int16_t* dst, size_t n, int32_t factor);
+  void (*floatsSaturated)(const float* src, int16_t* dst, size_t n, int32_t factor);
+  void (*intsWrapped)(const int32_t* src, int16_t* dst, size_t n, int32_t factor);
+  void (*intsSaturated)(const int32_t* src, int16_t* dst, size_t n, int32_t factor);
+  // The element of largest magnitude, n > 0: the last one if n is odd and it is one of several, else the first.
+  size_t (*indexOfLargestFloat)(const float* src, size_t n);
+  size_t (*indexOfLargestInt)(const int32_t* src, size_t n);
+
+  size_t indexOfLargest(const float* src, size_t n) const { return indexOfLargestFloat(src, n); }
+  size_t indexOfLargest(const int32_t* src, size_t n) const { return indexOfLargestInt(src, n); }
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
   Arith<float> arith32;
   Arith<double> arith64;
+  Scale scale;
   Fft<float> fft32;
   Fft<double> fft64;
 };

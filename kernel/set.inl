@@ -6,6 +6,7 @@ namespace {
 #include "kernel/vec.inl"
 // (order matters: later files build on earlier ones)
 #include "kernel/arith.inl"
+#include "kernel/scale.inl"
 #include "kernel/fft.inl"
 }  // namespace
 
@@ -15,6 +16,7 @@ constinit const Kernels table = {
     .copyWords = copyWords,
     .arith32 = arithKernels<float>(),
     .arith64 = arithKernels<double>(),
+    .scale = scaleKernels(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };
