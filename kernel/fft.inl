@@ -1,51 +1,50 @@
-// The transforms of one set, gathered. An order's table is one block: what its complex transform wants, then, from a
-// multiple of 64 bytes on, what the real transform of the next order wants.
+// The transforms of one set, gathered. An order's table is one block: what its
+// complex transform wants, then, from a multiple of 64 bytes on, what the real
+// transform of the next order wants.
 
 #include "kernel/fft_io.inl"
-#include "kernel/fft_plain.inl"
+#include "kernel/fft_orders.inl"
+#include "kernel/fft_passes.inl"
+#include "kernel/fft_radix.inl"
+#include "kernel/fft_small.inl"
 #include "kernel/fft_sweeps.inl"
 
-constexpr int kFirstSweepOrder = 13;
-
-template <class T>
-constexpr uint64_t complexTableBytes(int order) {
-  return order >= kFirstSweepOrder ? sweepTableBytes<T>(order) : plainTableBytes<T>(order);
+template <class T> uint64_t complexTableBytes(int order) {
+  if (order >= kFirstSweepOrder)
+    return sweepTableBytes<T>(order);
+  return tableMaker<T>(order).elements * sizeof(T);
 }
 
-template <class T>
-void buildComplex(int order, const Roots& roots, T* table) {
+template <class T> void buildComplex(int order, const Roots &roots, T *table) {
   if (order >= kFirstSweepOrder) {
     sweepBuild(order, roots, table);
   } else {
-    plainBuild(order, roots, table);
+    tableMaker<T>(order).build(roots, table);
   }
 }
 
-template <class T, int Order>
-constexpr void setOrder(Fft<T>& fft) {
+template <class T, int Order> constexpr void setOrder(Fft<T> &fft) {
   if constexpr (Order >= kFirstSweepOrder) {
     fft.forward[Order] = sweepForward<T, Order>;
     fft.inverse[Order] = sweepInverse<T, Order>;
     fft.split[Order] = sweepSplit<T, Order>;
   } else {
-    fft.forward[Order] = plainPacked<T, Order, 1>;
-    fft.inverse[Order] = plainPacked<T, Order, -1>;
-    fft.split[Order] = plainSplit<T, Order>;
+    fft.forward[Order] = packedForward<T, Order>;
+    fft.inverse[Order] = packedInverse<T, Order>;
+    fft.split[Order] = splitForward<T, Order>;
   }
 }
 
 template <class T, int... Orders>
-constexpr void setOrders(Fft<T>& fft, std::integer_sequence<int, Orders...>) {
+constexpr void setOrders(Fft<T> &fft, std::integer_sequence<int, Orders...>) {
   (setOrder<T, Orders>(fft), ...);
 }
 
-template <class T>
-uint64_t tableBytes(int order) {
+template <class T> uint64_t tableBytes(int order) {
   return (complexTableBytes<T>(order) + 63) / 64 * 64;
 }
 
-template <class T>
-void build(int order, const Roots& roots, T* table) {
+template <class T> void build(int order, const Roots &roots, T *table) {
   buildComplex(order, roots, table);
 }
 
@@ -55,8 +54,7 @@ constexpr int kLargestOrder = sizeof(size_t) == 8 ? 31
                               : sizeof(T) == 4    ? 27
                                                   : 26;
 
-template <class T>
-constexpr Fft<T> fftKernels() {
+template <class T> constexpr Fft<T> fftKernels() {
   Fft<T> fft{};
   fft.tableBytes = tableBytes<T>;
   fft.build = build<T>;

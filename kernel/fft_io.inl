@@ -20,6 +20,12 @@ struct PackedIo {
   MOX_INLINE void put(size_t i, V v) const {
     store(out + 2 * i, v);
   }
+  // The only value of order 0.
+  MOX_INLINE void one() const {
+    const T re = in[0], im = in[1];
+    out[0] = re;
+    out[1] = im;
+  }
 };
 
 template <class T>
@@ -36,6 +42,11 @@ struct ScaledIo {
   MOX_INLINE void put(size_t i, V v) const {
     store(out + 2 * i, v * broadcast<V>(scale));
   }
+  MOX_INLINE void one() const {
+    const T re = in[0] * scale, im = in[1] * scale;
+    out[0] = re;
+    out[1] = im;
+  }
 };
 
 template <class T>
@@ -51,5 +62,10 @@ struct SplitIo {
   template <class V>
   MOX_INLINE void put(size_t i, V v) const {
     deinterleave(v * broadcast<V>(scale), outRe + i, outIm + i);
+  }
+  MOX_INLINE void one() const {
+    const T re = *inRe * scale, im = *inIm * scale;
+    *outRe = re;
+    *outIm = im;
   }
 };

@@ -1,0 +1,292 @@
+// Butterflies: transforms of R vectors of complex values, x[j] to X[p] = sum of x[j] w_R^(jp), in natural order, and
+// the transposes between them.
+//
+// In float32 transforms of orders 3 to 10 one radix-2 level after the other makes even and odd halves of blocks. A
+// block is plain (P) or scaled (S); the whole transform is S:
+//   S of length L: even half S, odd half P with the twiddles at n = L/8 and 3L/8 times s = 0.70710700750350952 sqrt(2)
+//   P of length L: both halves S, exact twiddles
+// A radix-R pass over a block with columns n = 0 .. m-1 takes log2 R levels at once. Scaled twiddles of levels with
+// L < 8m are twiddles of the pass; those of the others are factors inside the butterfly in column 0, so factors are
+// vectors there, with one value per column or block.
+
+constexpr double kScaledHalfRoot = 0.70710700750350952;
+constexpr double kHalfRoot = 0.70710678118654752440;  // cos(pi/4)
+constexpr double kCos8 = 0.92387953251128675613;      // cos(pi/8)
+constexpr double kSin8 = 0.38268343236508977173;
+
+// The factors of the butterfly of radix R, in the order of the members' numbers.
+template <int R, class V>
+struct Factors {
+  static constexpr int kCount = 0;
+};
+
+template <class V>
+struct Factors<8, V> {
+  static constexpr int kCount = 1;
+  V half;  // of the odd outputs
+};
+
+template <class V>
+struct Factors<16, V> {
+  static constexpr int kCount = 4;
+  V odd;         // of the odd outputs
+  V half;        // of the outputs 2 mod 4
+  V cos8, sin8;  // of the outputs 3 mod 4
+};
+
+template <int R, class V, class Source>
+MOX_INLINE Factors<R, V> factorsOf(const Source& source) {
+  if constexpr (R == 8) {
+    return {source.template at<R, V>(0)};
+  } else if constexpr (R == 16) {
+    return {source.template at<R, V>(0), source.template at<R, V>(1), source.template at<R, V>(2),
+            source.template at<R, V>(3)};
+  } else {
+    return {};
+  }
+}
+
+// Factor i in a column that is not the first, or of an unscaled transform (exact), or in column 0 of a block.
+enum class Column { exact, scaled, plain };
+
+template <int R>
+constexpr double factorValue(int i, Column column) {
+  if (R == 8) return column == Column::scaled ? kScaledHalfRoot : kHalfRoot;
+  const double row3 = column == Column::plain ? kScaledHalfRoot / kHalfRoot : 1;
+  switch (i) {
+    case 0:
+      return column == Column::scaled ? kScaledHalfRoot : kHalfRoot;
+    case 1:
+      return column == Column::exact ? kHalfRoot : kScaledHalfRoot;
+    case 2:
+      return kCos8 * row3;
+    default:
+      return kSin8 * row3;
+  }
+}
+
+struct ExactFactors {
+  template <int R, class V>
+  MOX_INLINE V at(int i) const {
+    return broadcast<V>(static_cast<ElementOf<V>>(factorValue<R>(i, Column::exact)));
+  }
+};
+
+// Of a vector of columns 0, 1, ... of a scaled block.
+struct ScaledColumn0 {
+  template <int R, class V>
+  MOX_INLINE V at(int i) const {
+    V v = ExactFactors().at<R, V>(i);
+    v[0] = v[1] = static_cast<ElementOf<V>>(factorValue<R>(i, Column::scaled));
+    return v;
+  }
+};
+
+// Vectors one after the other.
+template <class T>
+struct StoredFactors {
+  const T* p;
+  template <int R, class V>
+  MOX_INLINE V at(int i) const {
+    return load<V>(p + static_cast<size_t>(i) * (sizeof(V) / sizeof(T)));
+  }
+};
+
+// What a block becomes: the type of block p of the R that a pass makes of it.
+constexpr bool plainAfter(bool plain, int radix, int p) {
+  for (int bit = 1; bit < radix; bit *= 2) plain = (p & bit) && !plain;
+  return plain;
+}
+
+// Is the twiddle w_M^(pn) of a radix-R pass over a block of length M one of the scaled ones?
+constexpr bool scaledTwiddle(bool plain, int M, int R, int p, int n) {
+  const int m = M / R;
+  int length = M;
+  for (int bit = 1; bit < R; bit *= 2, length /= 2) {
+    if ((p & bit) && !plain && length >= 8 && length < 8 * m &&
+        (n % m == (length / 8) % m || n % m == 3 * length / 8 % m)) {
+      return true;
+    }
+    plain = (p & bit) && !plain;
+  }
+  return false;
+}
+
+// The twiddle w_M^(pn) of a pass, for the transform that roots are of.
+template <class T>
+void storeTwiddle(const Roots& roots, bool scaled, int M, int p, int n, T* reIm) {
+  constexpr DoubleDouble sqrt2 = {0x1.6a09e667f3bcdp+0, -0x1.bdd3413b26456p-54};
+  Root w = roots.at((static_cast<uint64_t>(p) * static_cast<uint64_t>(n) << roots.order()) / static_cast<uint64_t>(M));
+  if (scaled) {
+    const DoubleDouble s = DoubleDouble{kScaledHalfRoot, 0} * sqrt2;
+    w = {w.re * s, w.im * s};
+  }
+  reIm[0] = rounded<T>(w.re);
+  reIm[1] = rounded<T>(w.im);
+}
+
+template <int D, class V>
+MOX_INLINE void radix4(V& x0, V& x1, V& x2, V& x3) {
+  const V s0 = x0 + x2, d0 = x0 - x2, s1 = x1 + x3, d1 = x1 - x3;
+  x0 = s0 + s1;
+  x1 = minusI<D>(d0, d1);
+  x2 = s0 - s1;
+  x3 = minusI<-D>(d0, d1);
+}
+
+// The four-point transform of x0, x1 w_8, x2 w_8^2, x3 w_8^3, with c for cos(pi/4).
+template <int D, class V>
+MOX_INLINE void oddRadix4(V& x0, V& x1, V& x2, V& x3, V c) {
+  const V s = x1 - x3, t = x1 + x3;
+  const V a = minusI<D>(s, t), b = minusI<-D>(s, t);
+  const V u = minusI<D>(x0, x2), v = minusI<-D>(x0, x2);
+  x0 = fma(c, a, u);
+  x1 = fnma(c, b, v);
+  x2 = fnma(c, a, u);
+  x3 = fma(c, b, v);
+}
+
+template <int D, class V>
+MOX_INLINE void butterfly(V (&)[1], const Factors<1, V>&) {}
+
+template <int D, class V>
+MOX_INLINE void butterfly(V (&x)[2], const Factors<2, V>&) {
+  const V a = x[0], b = x[1];
+  x[0] = a + b;
+  x[1] = a - b;
+}
+
+template <int D, class V>
+MOX_INLINE void butterfly(V (&x)[4], const Factors<4, V>&) {
+  radix4<D>(x[0], x[1], x[2], x[3]);
+}
+
+template <int D, class V>
+MOX_INLINE void butterfly(V (&x)[8], const Factors<8, V>& f) {
+  V s0 = x[0] + x[4], s1 = x[1] + x[5], s2 = x[2] + x[6], s3 = x[3] + x[7];
+  V d0 = x[0] - x[4], d1 = x[1] - x[5], d2 = x[2] - x[6], d3 = x[3] - x[7];
+  radix4<D>(s0, s1, s2, s3);
+  oddRadix4<D>(d0, d1, d2, d3, f.half);
+  x[0] = s0;
+  x[2] = s1;
+  x[4] = s2;
+  x[6] = s3;
+  x[1] = d0;
+  x[3] = d1;
+  x[5] = d2;
+  x[7] = d3;
+}
+
+// v times cos - i sin (D = 1), or its conjugate.
+template <int D, class V>
+MOX_INLINE V turned(V v, V cos, V sin) {
+  return fmaAlternating<-D>(v, cos, swapParts(v) * sin);
+}
+
+// Four rows of four: w_16^2 and w_16^6 are (1 -+ i) times a factor, w_16^9 is -w_16.
+template <int D, class V>
+MOX_INLINE void butterfly(V (&x)[16], const Factors<16, V>& f) {
+#pragma GCC unroll 4
+  for (int k = 0; k < 4; ++k) radix4<D>(x[k], x[k + 4], x[k + 8], x[k + 12]);
+  V r0[4] = {x[0], x[1], x[2], x[3]}, r2[4] = {x[8], x[9], x[10], x[11]};
+  radix4<D>(r0[0], r0[1], r0[2], r0[3]);
+  oddRadix4<D>(r2[0], r2[1], r2[2], r2[3], f.half);
+
+  const V cos8 = ExactFactors().at<16, V>(2), sin8 = ExactFactors().at<16, V>(3);
+  const V z1 = minusI<D>(x[6], x[6]);
+  const V a1 = fma(f.odd, z1, x[4]), b1 = fnma(f.odd, z1, x[4]);
+  const V g1 = turned<D>(x[5], cos8, sin8);
+  const V h1 = turned<D>(x[7], sin8, cos8);
+  const V s1 = g1 + h1, d1 = g1 - h1;
+
+  const V z3 = minusI<-D>(x[14], x[14]);
+  const V a3 = fnma(f.odd, z3, x[12]), b3 = fma(f.odd, z3, x[12]);
+  const V g3 = turned<D>(x[13], f.sin8, f.cos8), h3 = turned<D>(x[15], f.cos8, f.sin8);
+  const V s3 = g3 - h3, d3 = g3 + h3;
+
+  x[0] = r0[0];
+  x[4] = r0[1];
+  x[8] = r0[2];
+  x[12] = r0[3];
+  x[1] = a1 + s1;
+  x[5] = minusI<D>(b1, d1);
+  x[9] = a1 - s1;
+  x[13] = minusI<-D>(b1, d1);
+  x[2] = r2[0];
+  x[6] = r2[1];
+  x[10] = r2[2];
+  x[14] = r2[3];
+  x[3] = a3 + s3;
+  x[7] = minusI<D>(b3, d3);
+  x[11] = a3 - s3;
+  x[15] = minusI<-D>(b3, d3);
+}
+
+// Transposes of L x L complex values.
+MOX_INLINE void transpose(Vec<double, 2> (&)[1]) {}
+MOX_INLINE void transpose(Vec<float, 4> (&x)[2]) {
+  const Vec<float, 4> a = x[0], b = x[1];
+  x[0] = __builtin_shufflevector(a, b, 0, 1, 4, 5);
+  x[1] = __builtin_shufflevector(a, b, 2, 3, 6, 7);
+}
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE void transpose(Vec<double, 4> (&x)[2]) {
+  const Vec<double, 4> a = x[0], b = x[1];
+  x[0] = _mm256_permute2f128_pd(a, b, 0x20);
+  x[1] = _mm256_permute2f128_pd(a, b, 0x31);
+}
+MOX_INLINE void transpose(Vec<float, 8> (&x)[4]) {
+  const __m256d a = _mm256_castps_pd(_mm256_permute2f128_ps(x[0], x[2], 0x20));
+  const __m256d b = _mm256_castps_pd(_mm256_permute2f128_ps(x[1], x[3], 0x20));
+  const __m256d c = _mm256_castps_pd(_mm256_permute2f128_ps(x[0], x[2], 0x31));
+  const __m256d d = _mm256_castps_pd(_mm256_permute2f128_ps(x[1], x[3], 0x31));
+  x[0] = _mm256_castpd_ps(_mm256_unpacklo_pd(a, b));
+  x[1] = _mm256_castpd_ps(_mm256_unpackhi_pd(a, b));
+  x[2] = _mm256_castpd_ps(_mm256_unpacklo_pd(c, d));
+  x[3] = _mm256_castpd_ps(_mm256_unpackhi_pd(c, d));
+}
+#endif
+#if MOX_VEC_BYTES == 64
+// Quarters of two vectors: 0 and 1 (lower) or 2 and 3 (upper) of both, 0 and 2 (even) or 1 and 3 (odd) of both.
+MOX_INLINE Vec<double, 8> lowerQuarters(Vec<double, 8> a, Vec<double, 8> b) {
+  return __builtin_shufflevector(a, b, 0, 1, 2, 3, 8, 9, 10, 11);
+}
+MOX_INLINE Vec<double, 8> upperQuarters(Vec<double, 8> a, Vec<double, 8> b) {
+  return __builtin_shufflevector(a, b, 4, 5, 6, 7, 12, 13, 14, 15);
+}
+MOX_INLINE Vec<double, 8> evenQuarters(Vec<double, 8> a, Vec<double, 8> b) {
+  return __builtin_shufflevector(a, b, 0, 1, 4, 5, 8, 9, 12, 13);
+}
+MOX_INLINE Vec<double, 8> oddQuarters(Vec<double, 8> a, Vec<double, 8> b) {
+  return __builtin_shufflevector(a, b, 2, 3, 6, 7, 10, 11, 14, 15);
+}
+MOX_INLINE void transpose(Vec<double, 8> (&x)[4]) {
+  using V = Vec<double, 8>;
+  const V a = lowerQuarters(x[0], x[1]), b = lowerQuarters(x[2], x[3]);
+  const V c = upperQuarters(x[0], x[1]), d = upperQuarters(x[2], x[3]);
+  x[0] = evenQuarters(a, b);
+  x[1] = oddQuarters(a, b);
+  x[2] = evenQuarters(c, d);
+  x[3] = oddQuarters(c, d);
+}
+// Two columns of even and odd rows, values in quarters, to one column of all rows each.
+MOX_INLINE void mergeRows(Vec<double, 8> even, Vec<double, 8> odd, Vec<float, 16>& first, Vec<float, 16>& second) {
+  first = reinterpret_cast<Vec<float, 16>>(__builtin_shufflevector(even, odd, 0, 8, 2, 10, 4, 12, 6, 14));
+  second = reinterpret_cast<Vec<float, 16>>(__builtin_shufflevector(even, odd, 1, 9, 3, 11, 5, 13, 7, 15));
+}
+MOX_INLINE void transpose(Vec<float, 16> (&x)[8]) {
+  using V = Vec<double, 8>;
+  V lower[4], upper[4];  // of the rows (0, 2), (1, 3), (4, 6), (5, 7)
+#  pragma GCC unroll 4
+  for (int i = 0; i < 4; ++i) {
+    const int row = i / 2 * 4 + i % 2;
+    const V r = reinterpret_cast<V>(x[row]), s = reinterpret_cast<V>(x[row + 2]);
+    lower[i] = lowerQuarters(r, s);
+    upper[i] = upperQuarters(r, s);
+  }
+  mergeRows(evenQuarters(lower[0], lower[2]), evenQuarters(lower[1], lower[3]), x[0], x[1]);
+  mergeRows(oddQuarters(lower[0], lower[2]), oddQuarters(lower[1], lower[3]), x[2], x[3]);
+  mergeRows(evenQuarters(upper[0], upper[2]), evenQuarters(upper[1], upper[3]), x[4], x[5]);
+  mergeRows(oddQuarters(upper[0], upper[2]), oddQuarters(upper[1], upper[3]), x[6], x[7]);
+}
+#endif
