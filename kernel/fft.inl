@@ -2,20 +2,27 @@
 // complex transform wants, then, from a multiple of 64 bytes on, what the real
 // transform of the next order wants.
 
+// Each on its own: a later file builds on the earlier ones.
 #include "kernel/fft_io.inl"
-#include "kernel/fft_orders.inl"
-#include "kernel/fft_passes.inl"
+
 #include "kernel/fft_radix.inl"
+
 #include "kernel/fft_small.inl"
+
+#include "kernel/fft_passes.inl"
+
+#include "kernel/fft_orders.inl"
+
 #include "kernel/fft_sweeps.inl"
 
-template <class T> uint64_t complexTableBytes(int order) {
-  if (order >= kFirstSweepOrder)
-    return sweepTableBytes<T>(order);
+template <class T>
+uint64_t complexTableBytes(int order) {
+  if (order >= kFirstSweepOrder) return sweepTableBytes<T>(order);
   return tableMaker<T>(order).elements * sizeof(T);
 }
 
-template <class T> void buildComplex(int order, const Roots &roots, T *table) {
+template <class T>
+void buildComplex(int order, const Roots& roots, T* table) {
   if (order >= kFirstSweepOrder) {
     sweepBuild(order, roots, table);
   } else {
@@ -23,7 +30,8 @@ template <class T> void buildComplex(int order, const Roots &roots, T *table) {
   }
 }
 
-template <class T, int Order> constexpr void setOrder(Fft<T> &fft) {
+template <class T, int Order>
+constexpr void setOrder(Fft<T>& fft) {
   if constexpr (Order >= kFirstSweepOrder) {
     fft.forward[Order] = sweepForward<T, Order>;
     fft.inverse[Order] = sweepInverse<T, Order>;
@@ -36,15 +44,17 @@ template <class T, int Order> constexpr void setOrder(Fft<T> &fft) {
 }
 
 template <class T, int... Orders>
-constexpr void setOrders(Fft<T> &fft, std::integer_sequence<int, Orders...>) {
+constexpr void setOrders(Fft<T>& fft, std::integer_sequence<int, Orders...>) {
   (setOrder<T, Orders>(fft), ...);
 }
 
-template <class T> uint64_t tableBytes(int order) {
+template <class T>
+uint64_t tableBytes(int order) {
   return (complexTableBytes<T>(order) + 63) / 64 * 64;
 }
 
-template <class T> void build(int order, const Roots &roots, T *table) {
+template <class T>
+void build(int order, const Roots& roots, T* table) {
   buildComplex(order, roots, table);
 }
 
@@ -54,7 +64,8 @@ constexpr int kLargestOrder = sizeof(size_t) == 8 ? 31
                               : sizeof(T) == 4    ? 27
                                                   : 26;
 
-template <class T> constexpr Fft<T> fftKernels() {
+template <class T>
+constexpr Fft<T> fftKernels() {
   Fft<T> fft{};
   fft.tableBytes = tableBytes<T>;
   fft.build = build<T>;
