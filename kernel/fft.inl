@@ -1,6 +1,5 @@
-// The transforms of one set, gathered. An order's table is one block: what its
-// complex transform wants, then, from a multiple of 64 bytes on, what the real
-// transform of the next order wants.
+// The transforms of one set, gathered. An order's table is one block: what its complex transform wants, then, from a
+// multiple of 64 bytes on, what the real transform of the next order wants.
 
 // Each on its own: a later file builds on the earlier ones.
 #include "kernel/fft_io.inl"
@@ -19,6 +18,15 @@ template <class T>
 uint64_t complexTableBytes(int order) {
   if (order >= kFirstSweepOrder) return sweepTableBytes<T>(order);
   return tableMaker<T>(order).elements * sizeof(T);
+}
+
+template <class T, int Order>
+constexpr uint64_t complexTableBytesOf() {
+  if constexpr (Order >= kFirstSweepOrder) {
+    return sweepTableBytes<T>(Order);
+  } else {
+    return Kernel<T, Order>::kElements * sizeof(T);
+  }
 }
 
 template <class T>
@@ -48,16 +56,6 @@ constexpr void setOrders(Fft<T>& fft, std::integer_sequence<int, Orders...>) {
   (setOrder<T, Orders>(fft), ...);
 }
 
-template <class T>
-uint64_t tableBytes(int order) {
-  return (complexTableBytes<T>(order) + 63) / 64 * 64;
-}
-
-template <class T>
-void build(int order, const Roots& roots, T* table) {
-  buildComplex(order, roots, table);
-}
-
 // Larger arrays than half of the address space cannot exist.
 template <class T>
 constexpr int kLargestOrder = sizeof(size_t) == 8 ? 31
@@ -65,10 +63,36 @@ constexpr int kLargestOrder = sizeof(size_t) == 8 ? 31
                                                   : 26;
 
 template <class T>
-constexpr Fft<T> fftKernels() {
+constexpr Fft<T> complexKernels() {
   Fft<T> fft{};
+  setOrders(fft, std::make_integer_sequence<int, kLargestOrder<T> + 1>{});
+  return fft;
+}
+template <class T>
+constexpr Fft<T> kComplexFft = complexKernels<T>();
+
+#include "kernel/fft_real.inl"
+
+template <class T>
+uint64_t tableBytes(int order) {
+  return afterComplex(complexTableBytes<T>(order)) + realTableBytes<T>(order);
+}
+
+template <class T>
+void build(int order, const Roots& roots, T* table) {
+  buildComplex(order, roots, table);
+  realBuild(order, roots, table + static_cast<size_t>(afterComplex(complexTableBytes<T>(order)) / sizeof(T)));
+}
+
+// Complex orders that have a real transform: of the next order, 31 at most.
+template <class T>
+constexpr int kRealOrders = kLargestOrder<T> == 31 ? 31 : kLargestOrder<T> + 1;
+
+template <class T>
+constexpr Fft<T> fftKernels() {
+  Fft<T> fft = kComplexFft<T>;
   fft.tableBytes = tableBytes<T>;
   fft.build = build<T>;
-  setOrders(fft, std::make_integer_sequence<int, kLargestOrder<T> + 1>{});
+  setReals(fft, std::make_integer_sequence<int, kRealOrders<T>>{});
   return fft;
 }
