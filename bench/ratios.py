@@ -1,0 +1,68 @@
+#!/usr/bin/env python3
+"""Tables of times and ratios from the JSON output of moxa1_bench.
+
+usage: ratios.py RESULTS.json [--sets avx512,avx2,sse2]
+
+Every entry is the median processor time over the repetitions of the run. A ratio is a peer's time divided by ours: 2.0
+means that this library takes half the peer's time. Where there are several peers, ratios are those of the first set.
+"""
+import argparse
+import collections
+import json
+import statistics
+import sys
+
+SETS = ["avx512", "avx2", "sse2"]
+
+
+def medians(results):
+    """{(family, case): {size: {contender: nanoseconds}}} of all runs without error, and the errors."""
+    runs, errors = collections.defaultdict(list), []
+    for run in sorted(results["benchmarks"], key=lambda run: run["family_index"]):
+        if run.get("run_type") == "aggregate":
+            continue
+        if run.get("error_occurred"):
+            errors.append(f"{run['name']}: {run['error_message']}")
+            continue
+        runs[run["name"].split("/repeats")[0]].append(run["cpu_time"])
+    tables = collections.defaultdict(lambda: collections.defaultdict(dict))
+    for name, times in runs.items():
+        family, case, size, contender = name.split("/")[:4]
+        tables[family, case][int(size)][contender] = statistics.median(times)
+    return tables, errors
+
+
+def nanoseconds(time):
+    return f"{time:.1f}" if time < 100 else f"{time:,.0f}"
+
+
+def print_table(title, rows, sets):
+    sets = [s for s in sets if any(s in row for row in rows.values())]
+    peers = [p for p in dict.fromkeys(c for row in rows.values() for c in row) if p not in SETS]
+    compared = sets if len(peers) == 1 else sets[:1]
+    head = [title] + [f"{s}, ns" for s in sets] + [f"{p}, ns" for p in peers]
+    head += [f"{p} / {s}" for p in peers for s in compared]
+    print("| " + " | ".join(head) + " |")
+    print("|" + "---:|" * len(head))
+    for size, row in sorted(rows.items()):
+        cells = [f"{size:,}"] + [nanoseconds(row[c]) if c in row else "" for c in sets + peers]
+        cells += [f"{row[p] / row[s]:.2f}" if p in row and s in row else "" for p in peers for s in compared]
+        print("| " + " | ".join(cells) + " |")
+    print()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("results", type=argparse.FileType())
+    parser.add_argument("--sets", default=",".join(SETS))
+    arguments = parser.parse_args()
+    tables, errors = medians(json.load(arguments.results))
+    for (family, case), rows in tables.items():
+        print_table(f"{case}, {'order' if family == 'fft' else 'n'}", rows, arguments.sets.split(","))
+    for error in dict.fromkeys(errors):
+        print(error, file=sys.stderr)
+    return 1 if errors else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
