@@ -306,8 +306,8 @@ MOX_API void MOX_CALL moxzbConjExtend2(const MoxZ* src, MoxZ* dst, int32_t n);
 /** @} */
 
 /** @defgroup scaling Scale modes
- * Functions on int16 samples compute in wider numbers and bring every result v back to 16 bits as v * 2^-factor. A scale
- * mode says how, and `scalePtr` points at the factor: -14 ... 15, positive makes values smaller.
+ * Functions on int16 samples compute in wider numbers and bring every result v back to 16 bits as v * 2^-factor. A
+ * scale mode says how, and `scalePtr` points at the factor: -14 ... 15, positive makes values smaller.
  * @{ */
 enum {
   MOX_NoScale = 0,     /**< factor 0; the low 16 bits are kept (wraps) */
@@ -316,6 +316,87 @@ enum {
   MOX_FixScaleSat = 3, /**< the caller's factor, 0 when `scalePtr` is null; saturates */
   MOX_AutoScale = 4    /**< the least factor >= 0 with which every result fits, written to `*scalePtr` */
 };
+/** @} */
+
+/** @defgroup arithmetic16 Integer vector arithmetic
+ * The vector arithmetic on int16 and complex int16 samples. Every result is computed exactly, v, and brought back to 16
+ * bits by the scale mode (see "Scale modes"), here with rules of its own:
+ *
+ *     MOX_NoScale      the low 16 bits of v
+ *     MOX_NoScaleSat   v limited to -32768 ... 32767
+ *     MOX_FixScale     the low 16 bits of floor(v * 2^-factor); any factor, and any mode value not named here
+ *     MOX_FixScaleSat  floor(v * 2^-factor) limited; with a factor of -2 or less every negative v gives -32768
+ *     MOX_AutoScale    the least factor >= 0 with which every result of the call fits; it is written to *scalePtr
+ *
+ * A null `scalePtr` means factor 0, except in mode MOX_AutoScale: "scalefactor==0", after all other checks passed.
+ * Elements are processed from the last to the first; `dst` may be a source. Complex products are (a.re b.re - a.im
+ * b.im, a.re b.im + a.im b.re), of `2` and `1` with a = dst; where a.im b.re is 2^30 the other term of the imaginary
+ * part counts as 0, and in mode MOX_AutoScale that part counts as 2^31.
+ * @{ */
+
+/** @name dst[i] = 0, val or src[i], i = 0 ... n-1
+ * Checks: "n<=0", ("src==0",) "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxwbZero(int16_t* dst, int32_t n);
+MOX_API void MOX_CALL moxvbZero(MoxV* dst, int32_t n);
+MOX_API void MOX_CALL moxwbSet(int16_t val, int16_t* dst, int32_t n);
+MOX_API void MOX_CALL moxvbSet(MoxV val, MoxV* dst, int32_t n);
+MOX_API void MOX_CALL moxwbCopy(const int16_t* src, int16_t* dst, int32_t n);
+MOX_API void MOX_CALL moxvbCopy(const MoxV* src, MoxV* dst, int32_t n);
+/** @} */
+/** @name Sums, differences and products, i = 0 ... n-1
+ * `1`: dst[i] = dst[i] op val. `2`: dst[i] = dst[i] op src[i] (Sub2: val[i]). `3`: dst[i] = srcA[i] op srcB[i] (Sub3:
+ * src[i] - val[i]). Checks: "n<=0", the sources in order ("src==0", "val==0", "srcA==0", "srcB==0"), "dst==0", then
+ * "scalefactor==0". */
+/** @{ */
+MOX_API void MOX_CALL moxwbAdd1(int16_t val, int16_t* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbAdd1(MoxV val, MoxV* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbAdd2(const int16_t* src, int16_t* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbAdd2(const MoxV* src, MoxV* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbAdd3(const int16_t* srcA, const int16_t* srcB, int16_t* dst, int32_t n, int32_t scaleMode,
+                                int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbAdd3(const MoxV* srcA, const MoxV* srcB, MoxV* dst, int32_t n, int32_t scaleMode,
+                                int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbSub1(int16_t val, int16_t* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbSub1(MoxV val, MoxV* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbSub2(const int16_t* val, int16_t* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbSub2(const MoxV* val, MoxV* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbSub3(const int16_t* src, const int16_t* val, int16_t* dst, int32_t n, int32_t scaleMode,
+                                int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbSub3(const MoxV* src, const MoxV* val, MoxV* dst, int32_t n, int32_t scaleMode,
+                                int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbMpy1(int16_t val, int16_t* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbMpy1(MoxV val, MoxV* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbMpy2(const int16_t* src, int16_t* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbMpy2(const MoxV* src, MoxV* dst, int32_t n, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbMpy3(const int16_t* srcA, const int16_t* srcB, int16_t* dst, int32_t n, int32_t scaleMode,
+                                int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbMpy3(const MoxV* srcA, const MoxV* srcB, MoxV* dst, int32_t n, int32_t scaleMode,
+                                int32_t* scalePtr);
+/** @} */
+/** @name Conjugation
+ * As moxcbConj1 and its siblings; the imaginary part is negated modulo 2^16, so -32768 stays. */
+/** @{ */
+MOX_API void MOX_CALL moxvbConj1(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxvbConj2(const MoxV* src, MoxV* dst, int32_t n);
+MOX_API void MOX_CALL moxvbConjFlip2(const MoxV* src, MoxV* dst, int32_t n);
+MOX_API void MOX_CALL moxvbConjExtend1(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxvbConjExtend2(const MoxV* src, MoxV* dst, int32_t n);
+/** @} */
+/** @name Single complex values
+ * moxvAdd, moxvSub and moxvMpy call the vector form of one element, (0, 0) when that refuses. moxvMpy reports a trace,
+ * MOX_StsBackTrace without a condition, on every call: the status stays, the thread's handler is called. */
+/** @{ */
+MOX_API MoxV MOX_CALL moxvAdd(MoxV a, MoxV b, int32_t scaleMode, int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvSub(MoxV a, MoxV b, int32_t scaleMode, int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvMpy(MoxV a, MoxV b, int32_t scaleMode, int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvConj(MoxV a);
+MOX_API MoxV MOX_CALL moxvSet(int16_t re, int16_t im);
+/** a / b = ((a.re b.re + a.im b.im) r, (a.im b.re - a.re b.im) r), r = 1 / (b.re^2 + b.im^2) in float64 with the sum in
+ * 32 bits that wrap (for b = (-32768, -32768)); rounded to nearest, ties to even, and saturated. For b = 0 it reports
+ * "(b.re==0)&&(b.im==0)" and returns (0, 0). The status is not looked at. */
+MOX_API MoxV MOX_CALL moxvDiv(MoxV a, MoxV b);
+/** @} */
 /** @} */
 
 /** @defgroup tables Bit reversal and twiddle tables

@@ -74,12 +74,37 @@ struct Scale {
   size_t indexOfLargest(const int32_t* src, size_t n) const { return indexOfLargestInt(src, n); }
 };
 
+// One operation on n int16 values (n/2 complex ones, n even), sources and destination equal or disjoint. The exact
+// result v becomes v * 2^-factor, rounded down; its low 16 bits are kept, or it is limited. Saturating with a factor of
+// -2 or less, every negative v gives -32768. The second operand is an array, or (even, odd) over and over; then the first
+// is dst itself.
+struct Int16Op {
+  void (*combine)(const int16_t* a, const int16_t* b, int16_t* dst, size_t n, bool saturate, int32_t factor);
+  void (*combinePair)(int16_t even, int16_t odd, int16_t* dst, size_t n, bool saturate, int32_t factor);
+  // The least factor >= 0 with which every result fits.
+  int32_t (*autoFactor)(const int16_t* a, const int16_t* b, size_t n);
+  int32_t (*autoFactorPair)(int16_t even, int16_t odd, const int16_t* a, size_t n);
+};
+struct Int16 {
+  Int16Op add, sub, mpy;
+  // Where a.im b.re = 2^30 the imaginary part is that term alone; in autoFactor and shiftComplex (the wrapping
+  // combination with its factor) it counts as 2^31.
+  Int16Op mpyComplex;
+  void (*shiftComplex)(const int16_t* a, const int16_t* b, int16_t* dst, size_t n, int32_t factor);
+  void (*shiftComplexPair)(int16_t re, int16_t im, int16_t* dst, size_t n, int32_t factor);
+  void (*fillPair)(int16_t even, int16_t odd, int16_t* dst, size_t n);
+  void (*copy)(const int16_t* src, int16_t* dst, size_t n);
+  void (*conj)(const int16_t* src, int16_t* dst, size_t n);      // n complex values
+  void (*conjFlip)(const int16_t* src, int16_t* dst, size_t n);  // dst[n-1-i] = conj(src[i]); no overlap
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
   Arith<float> arith32;
   Arith<double> arith64;
   Scale scale;
+  Int16 int16;
   Fft<float> fft32;
   Fft<double> fft64;
 };

@@ -7,6 +7,7 @@ namespace {
 // (order matters: later files build on earlier ones)
 #include "kernel/arith.inl"
 #include "kernel/scale.inl"
+#include "kernel/int16.inl"
 #include "kernel/fft.inl"
 }  // namespace
 
@@ -17,6 +18,7 @@ constinit const Kernels table = {
     .arith32 = arithKernels<float>(),
     .arith64 = arithKernels<double>(),
     .scale = scaleKernels(),
+    .int16 = int16Kernels(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };
