@@ -173,6 +173,7 @@ class Canvas {
     cairo_rectangle(c_, x - 0.5, y - 0.5, width + 1, height + 1);
     cairo_stroke(c_);
   }
+  // Row by row, from the top left.
   template <class Colour>
   void fill(int left, int top, int width, int height, Colour colourAt) {
     cairo_surface_flush(surface_);
@@ -267,17 +268,18 @@ void drawLegend(Canvas& canvas, const Scale& scale) {
 }  // namespace
 
 void writePicture(const Picture& picture, const std::string& path) {
-  std::vector<float> pixels(static_cast<size_t>(kPictureColumns) * kRows);
-  for (int column = 0; column < kPictureColumns; ++column) {
-    const float* const levels = picture.levels.data() + static_cast<size_t>(column) * picture.bins;
-    for (int row = 0; row < kRows; ++row)
-      pixels[row * kPictureColumns + column] = levelOfRow(levels, picture.bins, row);
+  std::vector<float> pixels(size_t{kPictureColumns} * kRows);
+  const float* levels = picture.levels.data();
+  for (size_t column = 0; column < kPictureColumns; ++column, levels += picture.bins) {
+    for (int row = 0; row < kRows; ++row) {
+      pixels[static_cast<size_t>(row) * kPictureColumns + column] = levelOfRow(levels, picture.bins, row);
+    }
   }
   const Scale scale = scaleFor(pixels);
 
   Canvas canvas;
   canvas.fill(kLeft, kTop, kPictureColumns, kRows,
-              [&](int x, int y) { return colour(scale.position(pixels[y * kPictureColumns + x])); });
+              [&, pixel = pixels.begin()](int, int) mutable { return colour(scale.position(*pixel++)); });
   canvas.grey(kInk);
   canvas.frame(kLeft, kTop, kPictureColumns, kRows);
   canvas.font(14);
