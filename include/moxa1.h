@@ -399,6 +399,34 @@ MOX_API MoxV MOX_CALL moxvDiv(MoxV a, MoxV b);
 /** @} */
 /** @} */
 
+/** @defgroup dotproduct Dot products
+ * The sum of srcA[i] * srcB[i], i = 0 ... len-1, without conjugation; a mixed product is complex. len may be 0.
+ *
+ * float32 and float64 sums run in float64 and are rounded once: up to 16 elements in their order, longer ones as 16
+ * sums of every sixteenth element, which are then added pairwise. float32 results have the same bits on every
+ * processor. int16 sums run in 32 bits and wrap, then take the scale mode (see "Scale modes"; both parts of a complex
+ * sum share one factor); its reports come from "moxiUndScaling" or "moxibUndScaling" and give 0. Checks, of which only
+ * the first that fails reports: "Null buffer pointer", "Invalid value" (len < 0); the result then is 0. The status is
+ * not looked at; the scaling step clears it.
+ * @{ */
+MOX_API float MOX_CALL moxsDotProd(const float* srcA, const float* srcB, int32_t len);
+MOX_API double MOX_CALL moxdDotProd(const double* srcA, const double* srcB, int32_t len);
+MOX_API MoxC MOX_CALL moxcDotProd(const MoxC* srcA, const MoxC* srcB, int32_t len);
+MOX_API MoxZ MOX_CALL moxzDotProd(const MoxZ* srcA, const MoxZ* srcB, int32_t len);
+MOX_API MoxC MOX_CALL moxscDotProd(const float* srcA, const MoxC* srcB, int32_t len);
+MOX_API MoxC MOX_CALL moxcsDotProd(const MoxC* srcA, const float* srcB, int32_t len);
+MOX_API MoxZ MOX_CALL moxdzDotProd(const double* srcA, const MoxZ* srcB, int32_t len);
+MOX_API MoxZ MOX_CALL moxzdDotProd(const MoxZ* srcA, const double* srcB, int32_t len);
+MOX_API int16_t MOX_CALL moxwDotProd(const int16_t* srcA, const int16_t* srcB, int32_t len, int32_t scaleMode,
+                                     int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvDotProd(const MoxV* srcA, const MoxV* srcB, int32_t len, int32_t scaleMode,
+                                  int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxwvDotProd(const int16_t* srcA, const MoxV* srcB, int32_t len, int32_t scaleMode,
+                                   int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvwDotProd(const MoxV* srcA, const int16_t* srcB, int32_t len, int32_t scaleMode,
+                                   int32_t* scalePtr);
+/** @} */
+
 /** @defgroup tables Bit reversal and twiddle tables
  * Tables are cached per thread on first use and live until the thread calls the matching Free function: a thread that
  * wants its memory back frees them before it ends. Lengths are 2^order, 0 <= order <= 31.

@@ -98,6 +98,21 @@ struct Int16 {
   void (*conjFlip)(const int16_t* src, int16_t* dst, size_t n);  // dst[n-1-i] = conj(src[i]); no overlap
 };
 
+// Sums of a[i] b[i] in float64, no conjugation; complex sums are left in reIm[2]. Up to 16 elements in their order, longer
+// ones in 16 lanes. n may be 0.
+template <class T>
+struct Dot {
+  double (*real)(const T* a, const T* b, size_t n);
+  void (*complex)(const T* a, const T* b, size_t n, double* reIm);
+  void (*realComplex)(const T* a, const T* b, size_t n, double* reIm);
+};
+// The same modulo 2^32.
+struct Dot16 {
+  int32_t (*real)(const int16_t* a, const int16_t* b, size_t n);
+  void (*complex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
+  void (*realComplex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -105,6 +120,9 @@ struct Kernels {
   Arith<double> arith64;
   Scale scale;
   Int16 int16;
+  Dot<float> dot32;
+  Dot<double> dot64;
+  Dot16 dot16;
   Fft<float> fft32;
   Fft<double> fft64;
 };

@@ -8,6 +8,7 @@ namespace {
 #include "kernel/arith.inl"
 #include "kernel/scale.inl"
 #include "kernel/int16.inl"
+#include "kernel/dot.inl"
 #include "kernel/fft.inl"
 }  // namespace
 
@@ -19,6 +20,9 @@ constinit const Kernels table = {
     .arith64 = arithKernels<double>(),
     .scale = scaleKernels(),
     .int16 = int16Kernels(),
+    .dot32 = dotKernels<float>(),
+    .dot64 = dotKernels<double>(),
+    .dot16 = dot16Kernels(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };
