@@ -7,7 +7,8 @@
 
 template <class T, int R0, int R1, int R2 = 1>
 struct Passes {
-  static constexpr int N = R0 * R1 * R2;
+  static constexpr int N = R0 * R1 * R2, kR0 = R0;
+  static T* scratch(T* t) { return t + kScratch; }
   static constexpr int kLast = R2 > 1 ? R2 : R1;
   static constexpr bool kMapped = std::is_same_v<T, float> && N <= 1024;
   static constexpr int L = kLanes<T> / 2;
@@ -22,13 +23,14 @@ struct Passes {
   static constexpr int kFactorVectorsLast = kMapped ? Factors<kLast, V>::kCount : 0;
 
   static constexpr int twiddleElements(int M, int R) { return 2 * (R - 1) * (M / R); }
-  static constexpr size_t kTwiddles0 = 2 * N;
+  static constexpr size_t kTwiddles0 = 0;
   static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements(N, R0);
   static constexpr size_t kTwiddles1Each = twiddleElements(N / R0, R1);
   static constexpr size_t kFactors0 = kTwiddles1 + kMiddleTypes * kTwiddles1Each;
   static constexpr size_t kFactors1 = kFactors0 + 2 * L * kFactorVectors0;
   static constexpr size_t kFactorsLast = kFactors1 + 2 * L * kFactorVectors1;
-  static constexpr uint64_t kElements = kFactorsLast + uint64_t{2} * kFactorVectorsLast * (N / kLast);
+  static constexpr size_t kScratch = kFactorsLast + 2 * kFactorVectorsLast * (N / kLast);
+  static constexpr uint64_t kElements = kScratch + uint64_t{2} * N;
 
   // The place of block q (of N / kLast, in natural order) in scratch, counted in blocks.
   static constexpr size_t place(size_t q) { return R2 > 1 ? q % R0 * R1 + q / R0 : q; }
@@ -49,7 +51,8 @@ struct Passes {
   static void storeFactors(const Column (&types)[L], T* to) {
     for (int i = 0; i < Factors<R, V>::kCount; ++i) {
       for (const Column type : types) {
-        to[0] = to[1] = static_cast<T>(factorValue<R>(i, type));
+        to[0] = static_cast<T>(factorValue<R>(i, type));
+        to[1] = alternatingFactor<R>(i) ? -to[0] : to[0];
         to += 2;
       }
     }
@@ -92,7 +95,7 @@ struct Passes {
       store(to + 2 * n, x[0]);
 #pragma GCC unroll 32
       for (size_t p = 1; p < R; ++p) {
-        store(to + 2 * (n + p * m), timesRoot<D>(x[p], load<V>(twiddles + 2 * (p - 1) * L)));
+        store(to + 2 * (n + p * m), timesRootAt<D>(x[p], twiddles + 2 * (p - 1) * L));
       }
       twiddles += 2 * (R - 1) * L;
     }
@@ -103,7 +106,7 @@ struct Passes {
     constexpr int M = N / R0;
     for (int p = 0; p < R0; ++p) {
       const size_t type = kMapped && plainAfter(false, R0, p) ? 1 : 0;
-      T* const block = table + static_cast<size_t>(2 * M * p);
+      T* const block = table + kScratch + static_cast<size_t>(2 * M * p);
       columns<M, R1, D>(PackedIo<T>{block, block}, block, table + kTwiddles1 + type * kTwiddles1Each,
                         table + kFactors1 + type * 2 * L * (kFactorVectors1 / 2));
     }
@@ -114,14 +117,15 @@ struct Passes {
     constexpr int R = kLast;
     constexpr size_t stride = N / R;
     for (size_t q = 0; q < stride; q += L) {
-      const T* const blocks = table + 2 * R * place(q);
+      const T* const blocks = table + kScratch + 2 * R * place(q);
       V x[R];
 #pragma GCC unroll 32
       for (size_t j = 0; j < R; j += L) {
+        const T* rows[L];
         V y[L];
 #pragma GCC unroll 32
-        for (size_t l = 0; l < L; ++l) y[l] = load<V>(blocks + 2 * (R * place(l) + j));
-        transpose(y);
+        for (size_t l = 0; l < L; ++l) rows[l] = blocks + 2 * (R * place(l) + j);
+        loadTransposed(rows, y);
 #pragma GCC unroll 32
         for (size_t l = 0; l < L; ++l) x[j + l] = y[l];
       }
@@ -138,7 +142,7 @@ struct Passes {
 
   template <int D, class Io>
   MOX_INLINE static void run(const Io& io, T* table) {
-    columns<N, R0, D>(io, table, table + kTwiddles0, table + kFactors0);
+    columns<N, R0, D>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
     if constexpr (R2 > 1) middle<D>(table);
     last<D>(io, table);
   }

@@ -12,7 +12,7 @@
 constexpr double kScaledHalfRoot = 0.70710700750350952;
 constexpr double kHalfRoot = 0.70710678118654752440;  // cos(pi/4)
 constexpr double kCos8 = 0.92387953251128675613;      // cos(pi/8)
-constexpr double kSin8 = 0.38268343236508977173;
+constexpr double kTan8 = 0.41421356237309504880;
 
 // The factors of the butterfly of radix R, in the order of the members' numbers.
 template <int R, class V>
@@ -29,9 +29,9 @@ struct Factors<8, V> {
 template <class V>
 struct Factors<16, V> {
   static constexpr int kCount = 4;
-  V odd;         // of the odd outputs
-  V half;        // of the outputs 2 mod 4
-  V cos8, sin8;  // of the outputs 3 mod 4
+  V odd;             // of the odd outputs
+  V half;            // of the outputs 2 mod 4
+  V cos8, cos8Turn;  // of the outputs 3 mod 4; the latter (c, -c)
 };
 
 template <int R, class V, class Source>
@@ -46,7 +46,8 @@ MOX_INLINE Factors<R, V> factorsOf(const Source& source) {
   }
 }
 
-// Factor i in a column that is not the first, or of an unscaled transform (exact), or in column 0 of a block.
+// Factor i, of a real part, in a column that is not the first, or of an unscaled transform (exact), or in column 0 of a
+// block.
 enum class Column { exact, scaled, plain };
 
 template <int R>
@@ -58,17 +59,22 @@ constexpr double factorValue(int i, Column column) {
       return column == Column::scaled ? kScaledHalfRoot : kHalfRoot;
     case 1:
       return column == Column::exact ? kHalfRoot : kScaledHalfRoot;
-    case 2:
-      return kCos8 * row3;
     default:
-      return kSin8 * row3;
+      return kCos8 * row3;
   }
+}
+
+// Is it of the other sign in the imaginary part?
+template <int R>
+constexpr bool alternatingFactor(int i) {
+  return R == 16 && i == 3;
 }
 
 struct ExactFactors {
   template <int R, class V>
   MOX_INLINE V at(int i) const {
-    return broadcast<V>(static_cast<ElementOf<V>>(factorValue<R>(i, Column::exact)));
+    const ElementOf<V> value = static_cast<ElementOf<V>>(factorValue<R>(i, Column::exact));
+    return alternatingFactor<R>(i) ? alternating<V>(value) : broadcast<V>(value);
   }
 };
 
@@ -77,7 +83,8 @@ struct ScaledColumn0 {
   template <int R, class V>
   MOX_INLINE V at(int i) const {
     V v = ExactFactors().at<R, V>(i);
-    v[0] = v[1] = static_cast<ElementOf<V>>(factorValue<R>(i, Column::scaled));
+    v[0] = static_cast<ElementOf<V>>(factorValue<R>(i, Column::scaled));
+    v[1] = alternatingFactor<R>(i) ? -v[0] : v[0];
     return v;
   }
 };
@@ -177,57 +184,54 @@ MOX_INLINE void butterfly(V (&x)[8], const Factors<8, V>& f) {
   x[7] = d3;
 }
 
-// v times cos - i sin (D = 1), or its conjugate.
-template <int D, class V>
-MOX_INLINE V turned(V v, V cos, V sin) {
-  return fmaAlternating<-D>(v, cos, swapParts(v) * sin);
-}
-
-// Four rows of four: w_16^2 and w_16^6 are (1 -+ i) times a factor, w_16^9 is -w_16.
+// Four rows of four. w_16 = c (1 - i t), w_16^3 = c (t - i), w_16^9 = -c (1 - i t) with c = cos(pi/8), t = tan(pi/8),
+// and w_16^2, w_16^6 are (1 -+ i) times a factor: all factors enter the fused additions of the second stage.
 template <int D, class V>
 MOX_INLINE void butterfly(V (&x)[16], const Factors<16, V>& f) {
+  using T = ElementOf<V>;
 #pragma GCC unroll 4
   for (int k = 0; k < 4; ++k) radix4<D>(x[k], x[k + 4], x[k + 8], x[k + 12]);
   V r0[4] = {x[0], x[1], x[2], x[3]}, r2[4] = {x[8], x[9], x[10], x[11]};
   radix4<D>(r0[0], r0[1], r0[2], r0[3]);
   oddRadix4<D>(r2[0], r2[1], r2[2], r2[3], f.half);
 
-  const V cos8 = ExactFactors().at<16, V>(2), sin8 = ExactFactors().at<16, V>(3);
+  const V t = broadcast<V>(static_cast<T>(kTan8)), turn = alternating<V>(static_cast<T>(D * kTan8));
   const V z1 = minusI<D>(x[6], x[6]);
   const V a1 = fma(f.odd, z1, x[4]), b1 = fnma(f.odd, z1, x[4]);
-  const V g1 = turned<D>(x[5], cos8, sin8);
-  const V h1 = turned<D>(x[7], sin8, cos8);
-  const V s1 = g1 + h1, d1 = g1 - h1;
+  const V g1 = fma(swapParts(x[5]), turn, x[5]), h1 = fmaAlternating<-D>(x[7], t, swapParts(x[7]));
+  const V s1 = g1 + h1, d1 = swapParts(g1 - h1);
 
   const V z3 = minusI<-D>(x[14], x[14]);
   const V a3 = fnma(f.odd, z3, x[12]), b3 = fma(f.odd, z3, x[12]);
-  const V g3 = turned<D>(x[13], f.sin8, f.cos8), h3 = turned<D>(x[15], f.cos8, f.sin8);
-  const V s3 = g3 - h3, d3 = g3 + h3;
+  const V h3 = fmaAlternating<-D>(x[13], t, swapParts(x[13])), g3 = fma(swapParts(x[15]), turn, x[15]);
+  const V s3 = h3 - g3, d3 = swapParts(h3 + g3);
 
+  const V cos8 = broadcast<V>(static_cast<T>(kCos8)), cos8Turn = alternating<V>(static_cast<T>(D * kCos8));
   x[0] = r0[0];
   x[4] = r0[1];
   x[8] = r0[2];
   x[12] = r0[3];
-  x[1] = a1 + s1;
-  x[5] = minusI<D>(b1, d1);
-  x[9] = a1 - s1;
-  x[13] = minusI<-D>(b1, d1);
+  x[1] = fma(cos8, s1, a1);
+  x[5] = fma(cos8Turn, d1, b1);
+  x[9] = fnma(cos8, s1, a1);
+  x[13] = fnma(cos8Turn, d1, b1);
   x[2] = r2[0];
   x[6] = r2[1];
   x[10] = r2[2];
   x[14] = r2[3];
-  x[3] = a3 + s3;
-  x[7] = minusI<D>(b3, d3);
-  x[11] = a3 - s3;
-  x[15] = minusI<-D>(b3, d3);
+  x[3] = fma(f.cos8, s3, a3);
+  x[7] = D > 0 ? fma(f.cos8Turn, d3, b3) : fnma(f.cos8Turn, d3, b3);
+  x[11] = fnma(f.cos8, s3, a3);
+  x[15] = D > 0 ? fnma(f.cos8Turn, d3, b3) : fma(f.cos8Turn, d3, b3);
 }
 
-// Transposes of L x L complex values.
+// Columns of L rows of L values each: x[n] gets the value n of every row.
+
 MOX_INLINE void transpose(Vec<double, 2> (&)[1]) {}
 MOX_INLINE void transpose(Vec<float, 4> (&x)[2]) {
   const Vec<float, 4> a = x[0], b = x[1];
-  x[0] = __builtin_shufflevector(a, b, 0, 1, 4, 5);
-  x[1] = __builtin_shufflevector(a, b, 2, 3, 6, 7);
+  x[0] = lowerPairs(a, b);
+  x[1] = upperPairs(a, b);
 }
 #if MOX_VEC_BYTES >= 32
 MOX_INLINE void transpose(Vec<double, 4> (&x)[2]) {
@@ -236,14 +240,12 @@ MOX_INLINE void transpose(Vec<double, 4> (&x)[2]) {
   x[1] = _mm256_permute2f128_pd(a, b, 0x31);
 }
 MOX_INLINE void transpose(Vec<float, 8> (&x)[4]) {
-  const __m256d a = _mm256_castps_pd(_mm256_permute2f128_ps(x[0], x[2], 0x20));
-  const __m256d b = _mm256_castps_pd(_mm256_permute2f128_ps(x[1], x[3], 0x20));
-  const __m256d c = _mm256_castps_pd(_mm256_permute2f128_ps(x[0], x[2], 0x31));
-  const __m256d d = _mm256_castps_pd(_mm256_permute2f128_ps(x[1], x[3], 0x31));
-  x[0] = _mm256_castpd_ps(_mm256_unpacklo_pd(a, b));
-  x[1] = _mm256_castpd_ps(_mm256_unpackhi_pd(a, b));
-  x[2] = _mm256_castpd_ps(_mm256_unpacklo_pd(c, d));
-  x[3] = _mm256_castpd_ps(_mm256_unpackhi_pd(c, d));
+  const __m256 a = _mm256_permute2f128_ps(x[0], x[2], 0x20), b = _mm256_permute2f128_ps(x[1], x[3], 0x20);
+  const __m256 c = _mm256_permute2f128_ps(x[0], x[2], 0x31), d = _mm256_permute2f128_ps(x[1], x[3], 0x31);
+  x[0] = lowerPairs(a, b);
+  x[1] = upperPairs(a, b);
+  x[2] = lowerPairs(c, d);
+  x[3] = upperPairs(c, d);
 }
 #endif
 #if MOX_VEC_BYTES == 64
@@ -288,5 +290,37 @@ MOX_INLINE void transpose(Vec<float, 16> (&x)[8]) {
   mergeRows(oddQuarters(lower[0], lower[2]), oddQuarters(lower[1], lower[3]), x[2], x[3]);
   mergeRows(evenQuarters(upper[0], upper[2]), evenQuarters(upper[1], upper[3]), x[4], x[5]);
   mergeRows(oddQuarters(upper[0], upper[2]), oddQuarters(upper[1], upper[3]), x[6], x[7]);
+}
+#endif
+
+// The same with rows in memory.
+template <class V, int L>
+MOX_INLINE void loadTransposed(const ElementOf<V>* const (&rows)[L], V (&x)[L]) {
+#pragma GCC unroll 8
+  for (int l = 0; l < L; ++l) x[l] = load<V>(rows[l]);
+  transpose(x);
+}
+#if MOX_VEC_BYTES >= 32
+// Inserting from memory leaves the port of the crossing shuffles free.
+MOX_INLINE Vec<double, 4> loadHalves(const double* low, const double* high) {
+  return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(low)), _mm_loadu_pd(high), 1);
+}
+MOX_INLINE Vec<float, 8> loadHalves(const float* low, const float* high) {
+  return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(low)), _mm_loadu_ps(high), 1);
+}
+template <>
+MOX_INLINE void loadTransposed(const double* const (&rows)[2], Vec<double, 4> (&x)[2]) {
+  x[0] = loadHalves(rows[0], rows[1]);
+  x[1] = loadHalves(rows[0] + 2, rows[1] + 2);
+}
+template <>
+MOX_INLINE void loadTransposed(const float* const (&rows)[4], Vec<float, 8> (&x)[4]) {
+#  pragma GCC unroll 2
+  for (int n = 0; n < 4; n += 2) {
+    const Vec<float, 8> a = loadHalves(rows[0] + 2 * n, rows[2] + 2 * n);
+    const Vec<float, 8> b = loadHalves(rows[1] + 2 * n, rows[3] + 2 * n);
+    x[n] = lowerPairs(a, b);
+    x[n + 1] = upperPairs(a, b);
+  }
 }
 #endif

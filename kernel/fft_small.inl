@@ -48,7 +48,7 @@ template <class T, int R, int C>
 struct Small {
   static constexpr int N = R * C;
   static constexpr bool kMapped = std::is_same_v<T, float> && N >= 8;
-  static constexpr uint64_t kElements = uint64_t{2} * (R - 1) * C;
+  static constexpr uint64_t kElements = uint64_t{2} * (R - 1) * C + 1;  // imagPartsAt() reads one beyond
   using V = Vec<T, 2 * C>;
 
   // The twiddles [p - 1][n].
@@ -70,7 +70,7 @@ struct Small {
     butterfly<D>(x, factorsOf<R, V>(First()));
     if constexpr (C > 1) {
 #pragma GCC unroll 16
-      for (int p = 1; p < R; ++p) x[p] = timesRoot<D>(x[p], load<V>(table + 2 * (p - 1) * C));
+      for (int p = 1; p < R; ++p) x[p] = timesRootAt<D>(x[p], table + 2 * (p - 1) * C);
     }
 #pragma GCC unroll 16
     for (int q = 0; q < R; q += C) {

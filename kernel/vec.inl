@@ -49,6 +49,15 @@ MOX_INLINE V broadcast(ElementOf<V> x) {
   return x - V{};
 }
 
+// (x, -x, x, -x ...)
+template <class V>
+MOX_INLINE V alternating(ElementOf<V> x) {
+  V v = broadcast<V>(x);
+#pragma GCC unroll 16
+  for (unsigned i = 1; i < sizeof(V) / sizeof(x); i += 2) v[i] = -x;
+  return v;
+}
+
 // a*b + c with one rounding where the set has fused multiply-add, with two where it has not.
 #if MOX_HAS_FMA
 MOX_INLINE Vec<float, 4> fma(Vec<float, 4> a, Vec<float, 4> b, Vec<float, 4> c) { return _mm_fmadd_ps(a, b, c); }
@@ -87,18 +96,43 @@ MOX_INLINE Vec<float, 8> narrow(Vec<double, 8> v) { return _mm512_cvtpd_ps(v); }
 
 // Vectors of complex values, (re, im) pairs.
 
-// Exchanges the two parts of every value.
-MOX_INLINE Vec<float, 4> swapParts(Vec<float, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
-MOX_INLINE Vec<double, 2> swapParts(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 1, 0); }
+// Exchanges the two parts of every value. Integer shuffles of 16 and 32 bytes, and integer interleaves below, have two
+// ports on processors where those of floats have one.
+MOX_INLINE Vec<float, 4> swapParts(Vec<float, 4> v) {
+  return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(v), 0xb1));
+}
+MOX_INLINE Vec<double, 2> swapParts(Vec<double, 2> v) {
+  return _mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(v), 0x4e));
+}
 #if MOX_VEC_BYTES >= 32
-MOX_INLINE Vec<float, 8> swapParts(Vec<float, 8> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
-MOX_INLINE Vec<double, 4> swapParts(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
+MOX_INLINE Vec<float, 8> swapParts(Vec<float, 8> v) {
+  return _mm256_castsi256_ps(_mm256_shuffle_epi32(_mm256_castps_si256(v), 0xb1));
+}
+MOX_INLINE Vec<double, 4> swapParts(Vec<double, 4> v) {
+  return _mm256_castsi256_pd(_mm256_shuffle_epi32(_mm256_castpd_si256(v), 0x4e));
+}
 #endif
 #if MOX_VEC_BYTES == 64
 MOX_INLINE Vec<float, 16> swapParts(Vec<float, 16> v) {
   return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
 }
 MOX_INLINE Vec<double, 8> swapParts(Vec<double, 8> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
+#endif
+
+// The lower (upper) complex float32 value of every 16 bytes of a, then that of b.
+MOX_INLINE Vec<float, 4> lowerPairs(Vec<float, 4> a, Vec<float, 4> b) {
+  return _mm_castsi128_ps(_mm_unpacklo_epi64(_mm_castps_si128(a), _mm_castps_si128(b)));
+}
+MOX_INLINE Vec<float, 4> upperPairs(Vec<float, 4> a, Vec<float, 4> b) {
+  return _mm_castsi128_ps(_mm_unpackhi_epi64(_mm_castps_si128(a), _mm_castps_si128(b)));
+}
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE Vec<float, 8> lowerPairs(Vec<float, 8> a, Vec<float, 8> b) {
+  return _mm256_castsi256_ps(_mm256_unpacklo_epi64(_mm256_castps_si256(a), _mm256_castps_si256(b)));
+}
+MOX_INLINE Vec<float, 8> upperPairs(Vec<float, 8> a, Vec<float, 8> b) {
+  return _mm256_castsi256_ps(_mm256_unpackhi_epi64(_mm256_castps_si256(a), _mm256_castps_si256(b)));
+}
 #endif
 
 // The real (imaginary) part of every value in both places.
@@ -172,6 +206,59 @@ MOX_INLINE Vec<double, 2> fmaAlternating(Vec<double, 2> a, Vec<double, 2> b, Vec
 template <int D, class V>
 MOX_INLINE V timesRoot(V v, V w) {
   return fmaAlternating<D>(v, realParts(w), swapParts(v) * imagParts(w));
+}
+
+// The real (imaginary) parts of the values at p, twice each. These loads duplicate for nothing where a shuffle would
+// take a slot of the arithmetic units; the float64 one reads one element beyond the values.
+template <class V>
+MOX_INLINE V realPartsAt(const ElementOf<V>* p) {
+  return realParts(load<V>(p));
+}
+template <class V>
+MOX_INLINE V imagPartsAt(const ElementOf<V>* p) {
+  return imagParts(load<V>(p));
+}
+#if MOX_VEC_BYTES >= 32
+template <>
+MOX_INLINE Vec<float, 8> realPartsAt<Vec<float, 8>>(const float* p) {
+  return _mm256_moveldup_ps(load<Vec<float, 8>>(p));
+}
+template <>
+MOX_INLINE Vec<float, 8> imagPartsAt<Vec<float, 8>>(const float* p) {
+  return _mm256_movehdup_ps(load<Vec<float, 8>>(p));
+}
+template <>
+MOX_INLINE Vec<double, 4> realPartsAt<Vec<double, 4>>(const double* p) {
+  return _mm256_movedup_pd(load<Vec<double, 4>>(p));
+}
+template <>
+MOX_INLINE Vec<double, 4> imagPartsAt<Vec<double, 4>>(const double* p) {
+  return _mm256_movedup_pd(load<Vec<double, 4>>(p + 1));
+}
+#endif
+#if MOX_VEC_BYTES == 64
+template <>
+MOX_INLINE Vec<float, 16> realPartsAt<Vec<float, 16>>(const float* p) {
+  return _mm512_maskz_moveldup_ps(0xffff, load<Vec<float, 16>>(p));
+}
+template <>
+MOX_INLINE Vec<float, 16> imagPartsAt<Vec<float, 16>>(const float* p) {
+  return _mm512_maskz_movehdup_ps(0xffff, load<Vec<float, 16>>(p));
+}
+template <>
+MOX_INLINE Vec<double, 8> realPartsAt<Vec<double, 8>>(const double* p) {
+  return _mm512_maskz_movedup_pd(0xff, load<Vec<double, 8>>(p));
+}
+template <>
+MOX_INLINE Vec<double, 8> imagPartsAt<Vec<double, 8>>(const double* p) {
+  return _mm512_maskz_movedup_pd(0xff, load<Vec<double, 8>>(p + 1));
+}
+#endif
+
+// timesRoot() with the roots at w.
+template <int D, class V>
+MOX_INLINE V timesRootAt(V v, const ElementOf<V>* w) {
+  return fmaAlternating<D>(v, realPartsAt<V>(w), swapParts(v) * imagPartsAt<V>(w));
 }
 
 // a - i b (D = 1) or a + i b (D = -1); exact products, one rounding.
