@@ -2,74 +2,57 @@
 //
 // With z[n] = x[2n] + i x[2n+1] and Z its transform:
 //   s = Z[k] + conj Z[M-k],  t = Z[k] - conj Z[M-k],  q = v[k] t,  v[k] = i e^(-i pi k / M) / 2
-//   X[k] = s/2 - q,  X[M-k] = conj(s/2 + q)                     k = 1 .. M/2
-//   X[0], X[M] = Re Z[0] +- Im Z[0]
-// and the same with conj v[k] leads from X back to Z/2. At k = M/2 both lines give conj Z[k].
+//   X[k] = s/2 - q,  X[M-k] = conj(s/2 + q)
+// where Z[M] = Z[0]: k = 0 gives X[0] = Re Z[0] + Im Z[0] and X[M] = Re Z[0] - Im Z[0], without rounding of q; k = M/2
+// gives conj Z[k] both times. The same with conj v[k] leads from X back to Z/2.
 
-// Vectors of k..., on which every part of the loops below depends: 32 bytes win over 64 up to M = 512 because of the
-// loads and stores of k = 1 mod L.
-template <class T, int Order>
-constexpr int kRealLanes = Order >= 3 || sizeof(T) == 8 ? (kVecBytes < 32 ? 16 : 32) / static_cast<int>(sizeof(T))
-                                                        : 16 / static_cast<int>(sizeof(T));
+// ---- Vectors. -------------------------------------------------------------------------------------------------------
 
-// The values in reverse order.
-MOX_INLINE Vec<float, 4> reversedValues(Vec<float, 4> v) { return __builtin_shufflevector(v, v, 2, 3, 0, 1); }
-MOX_INLINE Vec<double, 2> reversedValues(Vec<double, 2> v) { return v; }
-#if MOX_VEC_BYTES >= 32
-MOX_INLINE Vec<float, 8> reversedValues(Vec<float, 8> v) {
-  return __builtin_shufflevector(v, v, 6, 7, 4, 5, 2, 3, 0, 1);
+// Shuffles of complex values: value c of the result is value at(c, n) of a and b, n values each.
+struct Mirrored {  // a[0], b[n-1] ... b[1]
+  static constexpr int at(int c, int n) { return c == 0 ? 0 : 2 * n - c; }
+};
+struct Delayed {  // a[0], b[0] ... b[n-2]
+  static constexpr int at(int c, int n) { return c == 0 ? 0 : n + c - 1; }
+};
+
+template <class Shuffle, class V, int... I>
+MOX_INLINE V shuffled(V a, V b, std::integer_sequence<int, I...>) {
+  constexpr int n = sizeof...(I) / 2;
+  return __builtin_shufflevector(a, b, (2 * Shuffle::at(I / 2, n) + I % 2)...);
 }
-MOX_INLINE Vec<double, 4> reversedValues(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 2, 3, 0, 1); }
-#endif
+template <class Shuffle, class V>
+MOX_INLINE V shuffled(V a, V b) {
+  return shuffled<Shuffle>(a, b, std::make_integer_sequence<int, sizeof(V) / sizeof(a[0])>());
+}
+
+// a with b[0] for its second element.
+template <class V, int... I>
+MOX_INLINE V withSecond(V a, V b, std::integer_sequence<int, I...>) {
+  return __builtin_shufflevector(a, b, (I == 1 ? static_cast<int>(sizeof...(I)) : I)...);
+}
+template <class V>
+MOX_INLINE V withSecond(V a, V b) {
+  return withSecond(a, b, std::make_integer_sequence<int, sizeof(V) / sizeof(a[0])>());
+}
 
 // (re, im), (re, im) ...
 template <class V>
 MOX_INLINE V repeated(ElementOf<V> re, ElementOf<V> im) {
   V v{};
-#pragma GCC unroll 8
+#pragma GCC unroll 16
   for (size_t i = 0; i < sizeof(V) / sizeof(re); i += 2) v[i] = re, v[i + 1] = im;
   return v;
 }
 
-// a = Z[k], b = Z[M-k], v = v[k] (D = 1) or its conjugate (D = -1): both lines above.
-template <int D, class V>
-MOX_INLINE void separate(V& a, V& b, V v) {
-  const V one = broadcast<V>(1), half = one / 2;
-  const V s = fmaAlternating<-1>(a, one, b), t = fmaAlternating<1>(a, one, b);
-  const V q = timesRoot<D>(t, v);
-  a = fma(s, half, -q);
-  b = fmaAlternating<-1>(s, repeated<V>(ElementOf<V>(0.5), ElementOf<V>(-0.5)), q);
-}
+// ---- Table: v[0 .. M/2-1], behind the complex transform's part.
+// ------------------------------------------------------
 
-// k = 1 .. M/2 of in to those of out, the same, one after the other or `out` one real above `in`.
-// Finish: multiplied by (re, im).
-template <class T, int Order, int D, bool Finish>
-MOX_INLINE void separateAll(const T* in, T* out, const T* roots, T re, T im) {
-  constexpr size_t M = size_t{1} << Order, L = kRealLanes<T, Order> / 2;
-  using V = Vec<T, kRealLanes<T, Order>>;
-  const V finish = repeated<V>(re, im);
-  V a = load<V>(in + 2), b = load<V>(in + 2 * (M - L));
-  for (size_t k = 1;; k += L) {
-    V low = a, high = reversedValues(b);
-    separate<D>(low, high, load<V>(roots + 2 * (k - 1)));
-    if (Finish) low *= finish, high *= finish;
-    const bool last = k + L > M / 2;
-    if (!last) {
-      a = load<V>(in + 2 * (k + L));
-      b = load<V>(in + 2 * (M - k - 2 * L + 1));
-    }
-    store(out + 2 * k, low);
-    store(out + 2 * (M - k - L + 1), reversedValues(high));
-    if (last) break;
-  }
-}
-
-// The real transform's part of the table of a complex order: v[1 .. M/2].
-constexpr uint64_t afterComplex(uint64_t bytes) { return (bytes + 63) / 64 * 64; }
 template <class T>
 constexpr uint64_t realTableBytes(int order) {
-  return sizeof(T) << order;
+  return (sizeof(T) << order) + 64;  // roots may be loaded one element too far
 }
+constexpr uint64_t afterComplex(uint64_t bytes) { return (bytes + 63) / 64 * 64; }
 template <class T, int Order>
 MOX_INLINE const T* realRoots(const T* table) {
   constexpr uint64_t at = afterComplex(complexTableBytesOf<T, Order>()) / sizeof(T);
@@ -78,60 +61,205 @@ MOX_INLINE const T* realRoots(const T* table) {
 
 template <class T>
 void realBuild(int order, const Roots& roots, T* table) {
-  // The root of half of the angle, for the odd multiples.
+  // `roots` has the even multiples of pi / M; the odd ones are turned by one step.
   const uint64_t M = uint64_t{1} << order;
   const double step = 1 / static_cast<double>(M);
-  const SinCos half = sinCos(DoubleDouble{3.14159265358979311600 * step, 1.22464679914735320717e-16 * step});
-  for (uint64_t k = 1; k <= M / 2; ++k, table += 2) {
+  const SinCos turn = sinCos(DoubleDouble{3.14159265358979311600 * step, 1.22464679914735320717e-16 * step});
+  for (uint64_t k = 0; k < M / 2; ++k, table += 2) {
     Root r = roots.at(k / 2);
-    if (k % 2 != 0) {
-      r = {r.re * half.cos + r.im * half.sin, r.im * half.cos + -(r.re * half.sin)};
-    }
+    if (k % 2 != 0) r = {r.re * turn.cos + r.im * turn.sin, r.im * turn.cos + -(r.re * turn.sin)};
     table[0] = rounded<T>(-r.im) / 2;
     table[1] = rounded<T>(r.re) / 2;
   }
 }
 
-// D = 1: forward; D = -1: its conjugate, scaled.
+// ---- The separation. ------------------------------------------------------------------------------------------------
+
+// a = Z[k], b = Z[M-k] to X[k], X[M-k], with v[k] at roots (D = 1) or its conjugate (D = -1).
+template <int D, class V>
+MOX_INLINE void separate(V& a, V& b, const ElementOf<V>* roots) {
+  using T = ElementOf<V>;
+  const V one = broadcast<V>(1), half = broadcast<V>(T(0.5));
+  const V s = fmaAlternating<-1>(a, one, b), t = fmaAlternating<1>(a, one, b);
+  const V q = timesRoot<D>(t, load<V>(roots));
+  a = fma(s, half, -q);
+  b = fmaAlternating<-1>(s, repeated<V>(T(0.5), T(-0.5)), q);
+}
+
+// Rows: values k = Lj .. Lj + L-1, in registers or in memory; L is a vector's number of them.
+template <class V>
+struct RegisterRows {
+  V* rows;
+  MOX_INLINE V get(size_t j) const { return rows[j]; }
+  MOX_INLINE void put(size_t j, V v) const { rows[j] = v; }
+};
+template <class V>
+struct MemoryRows {
+  ElementOf<V>* values;
+  MOX_INLINE V get(size_t j) const { return load<V>(values + sizeof(V) / sizeof(*values) * j); }
+  MOX_INLINE void put(size_t j, V v) const { store(values + sizeof(V) / sizeof(*values) * j, v); }
+};
+template <class V>
+struct BinRows {  // from value 1 on
+  const ElementOf<V>* bins;
+  MOX_INLINE V get(size_t j) const { return load<V>(bins + sizeof(V) / sizeof(*bins) * j - 2); }
+};
+
+// Row 0 of a spectrum, and the value of k = M in the first place of a vector.
+template <class V>
+MOX_INLINE V rowZero(ElementOf<V> first, const ElementOf<V>* bins) {
+  return shuffled<Delayed>(repeated<V>(first, 0), load<V>(bins));
+}
+
+// All rows of Z to those of X (kToSpectrum), or the reverse; row 0 and the value of k = M, in the first place of a
+// vector, come as `zero` and `end`. D = -1 is the inverse: X is conjugated and multiplied by scale after the forward
+// separation; D = 1 the forward transform: X is conjugated, by scale = 1, on its way to Z.
+//
+// in and out may be the same rows, or out's values one element above in's: row j+1 is read before row j is stored.
+template <bool kToSpectrum, int D, class In, class Out, class V>
+MOX_INLINE void separateRows(In in, Out out, size_t count, V zero, V end, const ElementOf<V>* roots,
+                             ElementOf<V> scale) {
+  constexpr bool kConjugated = kToSpectrum ? D < 0 : D > 0;
+  const V factor = repeated<V>(scale, -scale);
+  V next = zero, above = end, before = zero;
+#pragma GCC unroll 8
+  for (size_t j = 0; j < count / 2; ++j) {
+    const V row = in.get(count - 1 - j);
+    V low = next, high = shuffled<Mirrored>(above, row);
+    next = in.get(j + 1);
+    above = row;
+    separate<kToSpectrum ? 1 : D>(low, high, roots + sizeof(V) / sizeof(*roots) * j);
+    if (kConjugated) {
+      low *= factor;
+      high *= factor;
+    }
+    if (j > 0) {
+      out.put(count - j, shuffled<Mirrored>(high, before));
+    } else if (kToSpectrum) {
+      low = withSecond(low, high);
+    }
+    out.put(j, low);
+    before = high;
+  }
+  next *= repeated<V>(1, -1);  // k = M/2
+  if (kConjugated) next *= factor;
+  out.put(count / 2, shuffled<Mirrored>(next, before));
+}
+
+template <class T>
+using RealVec = Vec<T, kLanes<T>>;
+
+template <class T, int D>
+MOX_NOINLINE void separateSpectrum(T* z, size_t M, const T* roots, T scale) {
+  using V = RealVec<T>;
+  const MemoryRows<V> rows{z};
+  const V zero = rows.get(0);
+  separateRows<true, D>(rows, rows, 2 * M * sizeof(T) / sizeof(V), zero, zero, roots, scale);
+}
+
+template <class T, int D>
+MOX_NOINLINE void separateSignal(T first, T middle, const T* bins, T* z, size_t M, const T* roots) {
+  using V = RealVec<T>;
+  separateRows<false, D>(BinRows<V>{bins}, MemoryRows<V>{z}, 2 * M * sizeof(T) / sizeof(V), rowZero<V>(first, bins),
+                         repeated<V>(middle, 0), roots, 1);
+}
+
+// ---- The transforms. ------------------------------------------------------------------------------------------------
+
+// Rows of the complex kernel of an order when it works in registers, else 0.
+constexpr int registerRows(const void*) { return 0; }
+constexpr int registerRows(const Order2*) { return 2; }
+template <class T, int R, int C>
+constexpr int registerRows(const Small<T, R, C>*) {
+  return R;
+}
+template <class T, int Order>
+constexpr int kRegisterRows = registerRows(static_cast<Kernel<T, Order>*>(nullptr));
+
+// A kernel from memory to rows, and from rows to memory, scaled.
+template <class T, class V>
+struct IntoRows {
+  const T* in;
+  V* rows;
+  template <class U>
+  MOX_INLINE U get(size_t i) const {
+    return load<U>(in + 2 * i);
+  }
+  template <class U>
+  MOX_INLINE void put(size_t i, U v) const {
+    rows[2 * i * sizeof(T) / sizeof(V)] = v;
+  }
+};
+template <class T, class V>
+struct FromRows {
+  const V* rows;
+  T* out;
+  T scale;
+  template <class U>
+  MOX_INLINE U get(size_t i) const {
+    return rows[2 * i * sizeof(T) / sizeof(V)];
+  }
+  template <class U>
+  MOX_INLINE void put(size_t i, U v) const {
+    store(out + 2 * i, v * broadcast<U>(scale));
+  }
+};
+
+// D = 1: forward; D = -1: its conjugate times scale.
 template <class T, int Order, int D>
 void realToSpectrum(const T* x, T* spectrum, T* table, T scale) {
+  constexpr size_t M = size_t{1} << Order;
   if constexpr (D > 0) scale = 1;
-  if constexpr (Order < 2) {
-    T re = x[0], im = x[1];
-    if constexpr (Order == 1) {
-      const T a = x[2], b = x[3];
-      spectrum[2] = (re - a) * scale;
-      spectrum[3] = (D > 0 ? b - im : im - b) * scale;
-      re = re + a, im = im + b;
-    }
-    spectrum[0] = (re + im) * scale;
-    spectrum[1] = (re - im) * scale;
+  if constexpr (Order == 0) {
+    const T a = x[0], b = x[1];
+    spectrum[0] = (a + b) * scale;
+    spectrum[1] = (a - b) * scale;
+  } else if constexpr (Order == 1) {
+    const T a = x[0] + x[2], b = x[1] + x[3], c = x[0] - x[2], d = x[1] - x[3];
+    spectrum[0] = (a + b) * scale;
+    spectrum[1] = (a - b) * scale;
+    spectrum[2] = c * scale;
+    spectrum[3] = -D * d * scale;
+  } else if constexpr (kRegisterRows<T, Order> > 0) {
+    constexpr size_t R = kRegisterRows<T, Order>;
+    using V = Vec<T, static_cast<int>(2 * M / R)>;
+    V z[R];
+    Kernel<T, Order>::template run<1>(IntoRows<T, V>{x, z}, table);
+    separateRows<true, D>(RegisterRows<V>{z}, RegisterRows<V>{z}, R, z[0], z[0], realRoots<T, Order>(table), scale);
+#pragma GCC unroll 16
+    for (size_t j = 0; j < R; ++j) MemoryRows<V>{spectrum}.put(j, z[j]);
   } else {
     kComplexFft<T>.forward[Order](x, spectrum, table, 1);
-    const T re = spectrum[0], im = spectrum[1];
-    spectrum[0] = (re + im) * scale;
-    spectrum[1] = (re - im) * scale;
-    separateAll<T, Order, 1, (D < 0)>(spectrum, spectrum, realRoots<T, Order>(table), scale, -scale);
+    separateSpectrum<T, D>(spectrum, M, realRoots<T, Order>(table), scale);
   }
 }
 
+// D = -1: inverse, scaled; D = 1: the forward sum, which is the inverse transform of the conjugate spectrum.
 template <class T, int Order, int D>
 void realToSignal(T first, T middle, const T* bins, T* x, T* table, T scale) {
+  constexpr size_t M = size_t{1} << Order;
   if constexpr (D > 0) scale = 1;
-  T re = first + middle, im = first - middle;
   if constexpr (Order == 0) {
-    x[0] = re * scale;
-    x[1] = im * scale;
+    x[0] = (first + middle) * scale;
+    x[1] = (first - middle) * scale;
   } else if constexpr (Order == 1) {
-    const T a = 2 * bins[0], b = D > 0 ? 2 * bins[1] : -2 * bins[1];
-    x[0] = (re + a) * scale;
-    x[1] = (im + b) * scale;
-    x[2] = (re - a) * scale;
-    x[3] = (im - b) * scale;
+    const T a = first + middle, b = first - middle, c = 2 * bins[0], d = D * 2 * bins[1];
+    x[0] = (a + c) * scale;
+    x[1] = (b + d) * scale;
+    x[2] = (a - c) * scale;
+    x[3] = (b - d) * scale;
+  } else if constexpr (kRegisterRows<T, Order> > 0) {
+    constexpr size_t R = kRegisterRows<T, Order>;
+    using V = Vec<T, static_cast<int>(2 * M / R)>;
+    V z[R];
+    z[0] = rowZero<V>(first, bins);
+#pragma GCC unroll 16
+    for (size_t j = 1; j < R; ++j) z[j] = BinRows<V>{bins}.get(j);
+    separateRows<false, D>(RegisterRows<V>{z}, RegisterRows<V>{z}, R, z[0], repeated<V>(middle, 0),
+                           realRoots<T, Order>(table), T(1));
+    Kernel<T, Order>::template run<-1>(FromRows<T, V>{z, x, 2 * scale}, table);
   } else {
-    separateAll<T, Order, D, (D > 0)>(bins - 2, x, realRoots<T, Order>(table), 1, -1);
-    x[0] = re / 2;
-    x[1] = im / 2;
+    separateSignal<T, D>(first, middle, bins, x, M, realRoots<T, Order>(table));
     kComplexFft<T>.inverse[Order](x, x, table, 2 * scale);
   }
 }
