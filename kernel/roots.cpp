@@ -1,8 +1,8 @@
 #include "kernel/roots.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
-#include <new>
 
 namespace mox::kernel {
 namespace {
@@ -112,24 +112,30 @@ SinCos sinCos(DoubleDouble angle) {
   }
 }
 
+// From malloc: operator new would bring the exception runtime along, which costs a thread slot per load on Windows.
 Roots::Roots(int order) : order_(order), fineBits_(order / 2) {
   const uint64_t octant = (uint64_t{1} << order) / 8;
-  const uint64_t coarse = (octant >> fineBits_) + 1, fine = uint64_t{1} << fineBits_;
-  fine_.reset(new (std::nothrow) SinCos[fine]);
-  coarse_.reset(new (std::nothrow) SinCos[coarse]);
+  const size_t coarse = static_cast<size_t>(octant >> fineBits_) + 1, fine = size_t{1} << fineBits_;
+  fine_ = static_cast<SinCos*>(std::malloc(fine * sizeof(SinCos)));
+  coarse_ = static_cast<SinCos*>(std::malloc(coarse * sizeof(SinCos)));
   if (!ok()) return;
   const double step = std::ldexp(2.0, -order);
-  for (uint64_t k = 0; k < fine; ++k) {
+  for (size_t k = 0; k < fine; ++k) {
     if (k <= octant) fine_[k] = sinCos(kPi * DoubleDouble{static_cast<double>(k) * step, 0});
   }
-  for (uint64_t k = 0; k < coarse; ++k) {
-    coarse_[k] = sinCos(kPi * DoubleDouble{static_cast<double>(k << fineBits_) * step, 0});
+  for (size_t k = 0; k < coarse; ++k) {
+    coarse_[k] = sinCos(kPi * DoubleDouble{static_cast<double>(uint64_t{k} << fineBits_) * step, 0});
   }
 }
 
+Roots::~Roots() {
+  std::free(fine_);
+  std::free(coarse_);
+}
+
 Root Roots::firstOctant(uint64_t k) const {
-  const SinCos& f = fine_[k & ((uint64_t{1} << fineBits_) - 1)];
-  const SinCos& c = coarse_[k >> fineBits_];
+  const SinCos& f = fine_[static_cast<size_t>(k & ((uint64_t{1} << fineBits_) - 1))];
+  const SinCos& c = coarse_[static_cast<size_t>(k >> fineBits_)];
   return {c.cos * f.cos + -(c.sin * f.sin), c.sin * f.cos + c.cos * f.sin};
 }
 

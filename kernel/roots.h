@@ -3,7 +3,6 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 namespace mox::kernel {
 
@@ -36,6 +35,9 @@ struct Root {
 class Roots {
  public:
   explicit Roots(int order);
+  ~Roots();
+  Roots(const Roots&) = delete;
+  Roots& operator=(const Roots&) = delete;
   bool ok() const { return fine_ && coarse_; }  // false when the tables could not be allocated
   int order() const { return order_; }
 
@@ -49,7 +51,7 @@ class Roots {
   Root firstOctant(uint64_t k) const;
 
   int order_, fineBits_;
-  std::unique_ptr<SinCos[]> fine_, coarse_;
+  SinCos *fine_, *coarse_;
 };
 
 }  // namespace mox::kernel
