@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <climits>
 #include <cstdlib>
 #include <string>
@@ -284,13 +283,16 @@ TEST(Version, Text) { EXPECT_STREQ(moxGetLibVersion(), "moxa1.dll, v 3.1 [3.01.0
 
 TEST(Frame, ThreadsNeverMeet) {
   constexpr int kThreads = 16, kRounds = 2000;
-  std::barrier start(kThreads);
-  std::atomic<int> wrong{0};
+  std::atomic<int> arrived{0}, wrong{0};
+  const auto meet = [&](int total) {
+    ++arrived;
+    while (arrived < total) std::this_thread::yield();
+  };
   std::vector<std::thread> threads;
   std::vector<void*> records(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
-      start.arrive_and_wait();  // first calls race
+      meet(kThreads);  // first calls race
       if (moxGetErrStatus() != 0 || moxGetErrMode() != 0) ++wrong;
       records[static_cast<size_t>(t)] = moxUndContext();
       moxRedirectError(t % 2 ? answer77 : moxNulDevReport);
@@ -304,7 +306,7 @@ TEST(Frame, ThreadsNeverMeet) {
         std::memset(block, t, static_cast<size_t>(round));
         moxFree(block);
       }
-      start.arrive_and_wait();  // all records live at once
+      meet(2 * kThreads);  // all records live at once
     });
   }
   for (std::thread& thread : threads) thread.join();
