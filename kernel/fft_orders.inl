@@ -26,19 +26,19 @@ struct KernelOf<float, 4, false> : Small<float, 8, 2> {};
 template <>
 struct KernelOf<float, 5, false> : Small<float, 16, 2> {};
 template <>
-struct KernelOf<float, 6, false> : Passes<float, 8, 8> {};
+struct KernelOf<float, 6, false> : Passes<float, 8, 1, 1, 8> {};
 template <bool Fma>
-struct KernelOf<float, 7, Fma> : Passes<float, 8, 16> {};
+struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 8, Fma> : Passes<float, 16, 16> {};
+struct KernelOf<float, 8, Fma> : Passes<float, 16, 1, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 8> {};
+struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<float, 10, Fma> : Passes<float, 16, 8, 8> {};
+struct KernelOf<float, 10, Fma> : Passes<float, 16, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<float, 11, Fma> : Passes<float, 8, 16, 16> {};
+struct KernelOf<float, 11, Fma> : Passes<float, 8, 16, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 12, Fma> : Passes<float, 16, 16, 16> {};
+struct KernelOf<float, 12, Fma> : Passes<float, 16, 16, 1, 16> {};
 template <bool Fma>
 struct KernelOf<double, 1, Fma> : Small<double, 2, 1> {};
 template <bool Fma>
@@ -50,27 +50,28 @@ struct KernelOf<double, 4, true> : Small<double, 8, 2> {};
 template <>
 struct KernelOf<double, 5, true> : Small<double, 16, 2> {};
 template <>
-struct KernelOf<double, 6, true> : std::conditional_t<kVecBytes == 64, Small<double, 16, 4>, Passes<double, 16, 4>> {};
+struct KernelOf<double, 6, true>
+    : std::conditional_t<kVecBytes == 64, Small<double, 16, 4>, Passes<double, 16, 1, 1, 4>> {};
 template <>
 struct KernelOf<double, 3, false> : Small<double, 8, 1> {};
 template <>
 struct KernelOf<double, 4, false> : Small<double, 16, 1> {};
 template <>
-struct KernelOf<double, 5, false> : Passes<double, 8, 4> {};
+struct KernelOf<double, 5, false> : Passes<double, 8, 1, 1, 4> {};
 template <>
-struct KernelOf<double, 6, false> : Passes<double, 8, 8> {};
+struct KernelOf<double, 6, false> : Passes<double, 8, 1, 1, 8> {};
 template <bool Fma>
-struct KernelOf<double, 7, Fma> : Passes<double, 8, 16> {};
+struct KernelOf<double, 7, Fma> : Passes<double, 8, 1, 1, 16> {};
 template <bool Fma>
-struct KernelOf<double, 8, Fma> : Passes<double, 16, 16> {};
+struct KernelOf<double, 8, Fma> : Passes<double, 16, 1, 1, 16> {};
 template <bool Fma>
-struct KernelOf<double, 9, Fma> : Passes<double, 8, 8, 8> {};
+struct KernelOf<double, 9, Fma> : Passes<double, 8, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<double, 10, Fma> : Passes<double, 16, 8, 8> {};
+struct KernelOf<double, 10, Fma> : Passes<double, 16, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<double, 11, Fma> : Passes<double, 8, 16, 16> {};
+struct KernelOf<double, 11, Fma> : Passes<double, 8, 16, 1, 16> {};
 template <bool Fma>
-struct KernelOf<double, 12, Fma> : Passes<double, 16, 16, 16> {};
+struct KernelOf<double, 12, Fma> : Passes<double, 8, 8, 8, 8> {};
 
 template <class T, int Order>
 using Kernel = KernelOf<T, Order, kHasFma>;

@@ -1,39 +1,48 @@
-// Transforms of two or three passes through scratch in the table.
-//   pass 0:  columns of the whole input, which goes to scratch
-//   middle:  the same in every block of scratch, in place
+// Transforms of two to four passes through scratch in the table.
+//   first:   columns of the whole input, which goes to scratch
+//   middle:  the same in every block of scratch, in place, one block after the other
 //   last:    blocks that are neighbours in natural order, transposed so that a vector has a value of each of them
 // A pass of radix R over a block of length M takes vectors of columns n = 0 .. m-1, m = M/R, and puts output p of
 // column n in place n + pm, times w_M^(pn).
 
-template <class T, int R0, int R1, int R2 = 1>
+// The radices of first, middle (1: there is none) and last passes.
+template <class T, int R0, int R1, int R2, int kLast>
 struct Passes {
-  static constexpr int N = R0 * R1 * R2, kR0 = R0;
-  static T* scratch(T* t) { return t + kScratch; }
-  static constexpr int kLast = R2 > 1 ? R2 : R1;
+  static constexpr int N = R0 * R1 * R2 * kLast;
   static constexpr bool kMapped = std::is_same_v<T, float> && N <= 1024;
   static constexpr int L = kLanes<T> / 2;
   using V = Vec<T, 2 * L>;
-  static_assert(kLast % L == 0 && kLast >= L);
+  static_assert(kLast % L == 0 && (!kMapped || R2 == 1));
 
   // The table, in elements from its start. Twiddles stand as [n / L][p - 1][n % L]; the blocks of a middle pass have
   // two tables, for the scaled and the plain type; factors are stored for mapped transforms only.
-  static constexpr int kMiddleTypes = R2 == 1 ? 0 : kMapped ? 2 : 1;
-  static constexpr int kFactorVectors0 = kMapped ? Factors<R0, V>::kCount : 0;
-  static constexpr int kFactorVectors1 = kMapped ? Factors<R1, V>::kCount * kMiddleTypes : 0;
-  static constexpr int kFactorVectorsLast = kMapped ? Factors<kLast, V>::kCount : 0;
+  static constexpr int kMiddleTypes = kMapped ? 2 : 1;
+  static constexpr size_t kFactorVectors0 = kMapped ? Factors<R0, V>::kCount : 0;
+  static constexpr size_t kFactorVectors1 = kMapped ? Factors<R1, V>::kCount : 0;
+  static constexpr size_t kFactorVectorsLast = kMapped ? Factors<kLast, V>::kCount : 0;
 
-  static constexpr int twiddleElements(int M, int R) { return 2 * (R - 1) * (M / R); }
+  static constexpr size_t twiddleElements(int M, int R) { return static_cast<size_t>(2 * (R - 1) * (M / R)); }
   static constexpr size_t kTwiddles0 = 0;
   static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements(N, R0);
   static constexpr size_t kTwiddles1Each = twiddleElements(N / R0, R1);
-  static constexpr size_t kFactors0 = kTwiddles1 + kMiddleTypes * kTwiddles1Each;
+  static constexpr size_t kTwiddles2 = kTwiddles1 + kMiddleTypes * kTwiddles1Each;
+  static constexpr size_t kFactors0 = kTwiddles2 + twiddleElements(N / R0 / R1, R2);
   static constexpr size_t kFactors1 = kFactors0 + 2 * L * kFactorVectors0;
-  static constexpr size_t kFactorsLast = kFactors1 + 2 * L * kFactorVectors1;
-  static constexpr size_t kScratch = kFactorsLast + 2 * kFactorVectorsLast * (N / kLast);
-  static constexpr uint64_t kElements = kScratch + uint64_t{2} * N;
+  static constexpr size_t kFactorsLast = kFactors1 + 2 * L * kMiddleTypes * kFactorVectors1;
+  static constexpr size_t kFactorsEnd = kFactorsLast + 2 * kFactorVectorsLast * (N / kLast);
 
-  // The place of block q (of N / kLast, in natural order) in scratch, counted in blocks.
-  static constexpr size_t place(size_t q) { return R2 > 1 ? q % R0 * R1 + q / R0 : q; }
+  // Scratch starts at a cache line. Between the R0 blocks of the first pass is another one, so that equal places of
+  // them do not compete for one set of the cache where they lie 4 KiB or more apart.
+  static constexpr size_t kLine = 64 / sizeof(T);
+  static constexpr size_t kScratch = (kFactorsEnd + kLine - 1) / kLine * kLine;
+  static constexpr size_t kPitch = 2 * (N / R0) + (N / R0 * 2 * sizeof(T) >= 1024 ? kLine : 0);
+  static constexpr uint64_t kElements = kScratch + R0 * kPitch;
+
+  // The element of scratch that block q (of N / kLast, in natural order) begins with.
+  static constexpr size_t place(size_t q) {
+    const size_t p0 = q % R0, p1 = q / R0 % R1, p2 = q / (R0 * R1);
+    return p0 * kPitch + 2 * kLast * (p1 * R2 + p2);
+  }
 
   static void storeTwiddles(const Roots& roots, bool plain, int M, int R, T* to) {
     for (int n0 = 0; n0 < M / R; n0 += L) {
@@ -46,7 +55,7 @@ struct Passes {
     }
   }
 
-  // Factors for L columns or blocks; the column types come from typeOf(lane).
+  // Factors for L columns or blocks.
   template <int R>
   static void storeFactors(const Column (&types)[L], T* to) {
     for (int i = 0; i < Factors<R, V>::kCount; ++i) {
@@ -63,26 +72,25 @@ struct Passes {
     for (int plain = 0; plain < kMiddleTypes; ++plain) {
       storeTwiddles(roots, plain, N / R0, R1, table + kTwiddles1 + static_cast<size_t>(plain) * kTwiddles1Each);
     }
+    storeTwiddles(roots, false, N / R0 / R1, R2, table + kTwiddles2);
     if constexpr (kMapped) {
       Column types[L] = {Column::scaled};
       storeFactors<R0>(types, table + kFactors0);
-      if constexpr (R2 > 1) {
-        storeFactors<R1>(types, table + kFactors1);
-        types[0] = Column::plain;
-        storeFactors<R1>(types, table + kFactors1 + 2 * L * Factors<R1, V>::kCount);
-      }
+      storeFactors<R1>(types, table + kFactors1);
+      types[0] = Column::plain;
+      storeFactors<R1>(types, table + kFactors1 + 2 * L * kFactorVectors1);
       for (int q = 0; q < N / kLast; q += L) {
         for (int l = 0; l < L; ++l) {
           types[l] = plainAfter(false, N / kLast, q + l) ? Column::plain : Column::scaled;
         }
-        storeFactors<kLast>(types, table + kFactorsLast + static_cast<size_t>(2 * kFactorVectorsLast * q));
+        storeFactors<kLast>(types, table + kFactorsLast + 2 * kFactorVectorsLast * static_cast<size_t>(q));
       }
     }
   }
 
-  template <int M, int R, int D, class Io>
+  // m columns of a block. Output p goes to `pitch` elements after output p - 1.
+  template <size_t m, int R, size_t pitch, int D, class Io>
   MOX_INLINE static void columns(const Io& from, T* to, const T* twiddles, const T* factors) {
-    constexpr size_t m = M / R;
     for (size_t n = 0; n < m; n += L) {
       V x[R];
 #pragma GCC unroll 32
@@ -95,20 +103,30 @@ struct Passes {
       store(to + 2 * n, x[0]);
 #pragma GCC unroll 32
       for (size_t p = 1; p < R; ++p) {
-        store(to + 2 * (n + p * m), timesRootAt<D>(x[p], twiddles + 2 * (p - 1) * L));
+        store(to + 2 * n + p * pitch, timesRootAt<D>(x[p], twiddles + 2 * (p - 1) * L));
       }
       twiddles += 2 * (R - 1) * L;
     }
   }
 
+  template <size_t m, int R, int D>
+  MOX_INLINE static void columnsInPlace(T* block, const T* twiddles, const T* factors) {
+    columns<m, R, 2 * m, D>(PackedIo<T>{block, block}, block, twiddles, factors);
+  }
+
   template <int D>
   MOX_NOINLINE static void middle(T* table) {
-    constexpr int M = N / R0;
+    constexpr size_t M = N / R0;
     for (int p = 0; p < R0; ++p) {
       const size_t type = kMapped && plainAfter(false, R0, p) ? 1 : 0;
-      T* const block = table + kScratch + static_cast<size_t>(2 * M * p);
-      columns<M, R1, D>(PackedIo<T>{block, block}, block, table + kTwiddles1 + type * kTwiddles1Each,
-                        table + kFactors1 + type * 2 * L * (kFactorVectors1 / 2));
+      T* const block = table + kScratch + static_cast<size_t>(p) * kPitch;
+      columnsInPlace<M / R1, R1, D>(block, table + kTwiddles1 + type * kTwiddles1Each,
+                                    table + kFactors1 + type * 2 * L * kFactorVectors1);
+      if constexpr (R2 > 1) {
+        for (size_t i = 0; i < R1; ++i) {
+          columnsInPlace<M / R1 / R2, R2, D>(block + i * 2 * (M / R1), table + kTwiddles2, nullptr);
+        }
+      }
     }
   }
 
@@ -117,14 +135,14 @@ struct Passes {
     constexpr int R = kLast;
     constexpr size_t stride = N / R;
     for (size_t q = 0; q < stride; q += L) {
-      const T* const blocks = table + kScratch + 2 * R * place(q);
+      const T* const blocks = table + kScratch + place(q);
       V x[R];
 #pragma GCC unroll 32
       for (size_t j = 0; j < R; j += L) {
         const T* rows[L];
         V y[L];
 #pragma GCC unroll 32
-        for (size_t l = 0; l < L; ++l) rows[l] = blocks + 2 * (R * place(l) + j);
+        for (size_t l = 0; l < L; ++l) rows[l] = blocks + place(l) + 2 * j;
         loadTransposed(rows, y);
 #pragma GCC unroll 32
         for (size_t l = 0; l < L; ++l) x[j + l] = y[l];
@@ -142,8 +160,8 @@ struct Passes {
 
   template <int D, class Io>
   MOX_INLINE static void run(const Io& io, T* table) {
-    columns<N, R0, D>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
-    if constexpr (R2 > 1) middle<D>(table);
+    columns<N / R0, R0, kPitch, D>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
+    if constexpr (R1 > 1) middle<D>(table);
     last<D>(io, table);
   }
 };
