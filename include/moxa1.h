@@ -32,9 +32,10 @@
  *
  * @section bits Reproducible results
  * Sums and products are evaluated in a fixed order, whatever the alignment. Results have the same bits on every
- * processor with fused multiply-add (AVX2 or later) and in both products; on older processors transforms may differ in
- * the last place. The floating-point state of the calling thread (rounding mode, flush-to-zero) acts on the arithmetic
- * of the samples as the processor defines it; tables are built in the default state.
+ * processor with fused multiply-add (AVX2 or later) and in both products; on older processors transforms, logarithms
+ * and exponentials may differ in the last place. The floating-point state of the calling thread (rounding mode,
+ * flush-to-zero) acts on the arithmetic of the samples as the processor defines it; tables are built in the default
+ * state.
  */
 #ifndef MOXA1_H
 #define MOXA1_H
@@ -425,6 +426,32 @@ MOX_API MoxV MOX_CALL moxwvDotProd(const int16_t* srcA, const MoxV* srcB, int32_
                                    int32_t* scalePtr);
 MOX_API MoxV MOX_CALL moxvwDotProd(const MoxV* srcA, const int16_t* srcB, int32_t len, int32_t scaleMode,
                                    int32_t* scalePtr);
+/** @} */
+
+/** @defgroup lnexp Logarithm and exponential
+ * Natural logarithm and e to the power of each element, at most one unit in the last place off; ln 1 = 0 and exp 0 = 1
+ * exactly. What a value becomes depends on nothing but itself.
+ *
+ *     ln:   0 (either sign) gives -inf, negative values and NaN give NaN, +inf gives +inf
+ *     exp:  overflow gives +inf, underflow goes through subnormals to 0, NaN gives NaN
+ *
+ * None of these is reported. `1`: in place. `2`: src and dst are the same array or do not overlap.
+ * Checks: "len<=0", then "vec==0", or "src==0", "dst==0".
+ * @{ */
+/** @name vec[i] = ln vec[i], dst[i] = ln src[i], i = 0 ... len-1 */
+/** @{ */
+MOX_API void MOX_CALL moxsbLn1(float* vec, int32_t len);
+MOX_API void MOX_CALL moxsbLn2(const float* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbLn1(double* vec, int32_t len);
+MOX_API void MOX_CALL moxdbLn2(const double* src, double* dst, int32_t len);
+/** @} */
+/** @name vec[i] = e^vec[i], dst[i] = e^src[i], i = 0 ... len-1 */
+/** @{ */
+MOX_API void MOX_CALL moxsbExp1(float* vec, int32_t len);
+MOX_API void MOX_CALL moxsbExp2(const float* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbExp1(double* vec, int32_t len);
+MOX_API void MOX_CALL moxdbExp2(const double* src, double* dst, int32_t len);
+/** @} */
 /** @} */
 
 /** @defgroup tables Bit reversal and twiddle tables

@@ -26,6 +26,14 @@ struct Arith {
   void (*conjFlip)(const T* src, T* dst, size_t n);  // dst[n-1-i] = conj(src[i]); no overlap
 };
 
+// Elementary functions of n values each; no libm. Sources and destinations are the same arrays or do not overlap. The
+// results have the same bits on every set with fused multiply-add; at most 1 ulp off everywhere.
+template <class T>
+struct Elementary {
+  void (*exp)(const T* src, T* dst, size_t n);  // overflows to inf, underflows through subnormals to 0
+  void (*ln)(const T* src, T* dst, size_t n);   // of 0: -inf, of negative values: NaN
+};
+
 // Transforms of N = 2^order complex values, natural order in and out, in place or not (input and output are the same
 // arrays or do not overlap). forward: X[k] = sum of x[n] e^(-2 pi i k n / N); inverse: the conjugate roots, every
 // output multiplied by scale. The split form keeps real and imaginary parts in two arrays, runs forward (exchange the
@@ -118,6 +126,8 @@ struct Kernels {
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
   Arith<float> arith32;
   Arith<double> arith64;
+  Elementary<float> elementary32;
+  Elementary<double> elementary64;
   Scale scale;
   Int16 int16;
   Dot<float> dot32;

@@ -6,6 +6,7 @@ namespace {
 #include "kernel/vec.inl"
 // (order matters: later files build on earlier ones)
 #include "kernel/arith.inl"
+#include "kernel/elementary.inl"
 #include "kernel/scale.inl"
 #include "kernel/int16.inl"
 #include "kernel/dot.inl"
@@ -18,6 +19,8 @@ constinit const Kernels table = {
     .copyWords = copyWords,
     .arith32 = arithKernels<float>(),
     .arith64 = arithKernels<double>(),
+    .elementary32 = elementaryKernels<float>(),
+    .elementary64 = elementaryKernels<double>(),
     .scale = scaleKernels(),
     .int16 = int16Kernels(),
     .dot32 = dotKernels<float>(),
