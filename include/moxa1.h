@@ -428,6 +428,37 @@ MOX_API MoxV MOX_CALL moxvwDotProd(const MoxV* srcA, const int16_t* srcB, int32_
                                    int32_t* scalePtr);
 /** @} */
 
+/** @defgroup companding A-law and mu-law
+ * Companding by the segment laws of ITU-T G.711, i = 0 ... len-1. Samples are int16 values, the upper halves of int32
+ * values or real values times 32768 truncated toward zero; larger ones (and NaN, as a negative) give the outermost code
+ * of their sign. Decoding gives the output value times 65536 for int32, times 2^-15 for real samples.
+ *
+ * A-law codes are those of G.711 without the inversion of the even bits: 0x80 | segment << 4 | mantissa for samples >=
+ * 0, no sign bit for negative ones; 0x80 decodes to 8, 0x00 to -8. mu-law codes are those of G.711; the encoder counts
+ * the mantissa down from its segment's upper end, which at some values rounds the other way than the reference coder.
+ * The translations follow tables 3 and 4 of G.711 and keep the sign; they work in place. In all others src and dst must
+ * not overlap. Checks: "len<=0", "src==0", "dst==0".
+ * @{ */
+MOX_API void MOX_CALL moxwbLinToALaw(const int16_t* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxibLinToALaw(const int32_t* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxsbLinToALaw(const float* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxdbLinToALaw(const double* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxwbALawToLin(const uint8_t* src, int16_t* dst, int32_t len);
+MOX_API void MOX_CALL moxibALawToLin(const uint8_t* src, int32_t* dst, int32_t len);
+MOX_API void MOX_CALL moxsbALawToLin(const uint8_t* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbALawToLin(const uint8_t* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxwbLinToMuLaw(const int16_t* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxibLinToMuLaw(const int32_t* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxsbLinToMuLaw(const float* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxdbLinToMuLaw(const double* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxwbMuLawToLin(const uint8_t* src, int16_t* dst, int32_t len);
+MOX_API void MOX_CALL moxibMuLawToLin(const uint8_t* src, int32_t* dst, int32_t len);
+MOX_API void MOX_CALL moxsbMuLawToLin(const uint8_t* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbMuLawToLin(const uint8_t* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxMuLawToALaw(const uint8_t* src, uint8_t* dst, int32_t len);
+MOX_API void MOX_CALL moxALawToMuLaw(const uint8_t* src, uint8_t* dst, int32_t len);
+/** @} */
+
 /** @defgroup lnexp Logarithm and exponential
  * Natural logarithm and e to the power of each element, at most one unit in the last place off; ln 1 = 0 and exp 0 = 1
  * exactly. What a value becomes depends on nothing but itself.

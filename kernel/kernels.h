@@ -121,6 +121,18 @@ struct Dot16 {
   void (*realComplex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
 };
 
+// One companding law (its codes stand in moxa1.h) for the four sample types; src and dst do not overlap.
+struct Companding {
+  void (*encode16)(const int16_t* src, uint8_t* dst, size_t n);
+  void (*encodeInt)(const int32_t* src, uint8_t* dst, size_t n);
+  void (*encode32)(const float* src, uint8_t* dst, size_t n);
+  void (*encode64)(const double* src, uint8_t* dst, size_t n);
+  void (*decode16)(const uint8_t* src, int16_t* dst, size_t n);
+  void (*decodeInt)(const uint8_t* src, int32_t* dst, size_t n);
+  void (*decode32)(const uint8_t* src, float* dst, size_t n);
+  void (*decode64)(const uint8_t* src, double* dst, size_t n);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -133,6 +145,7 @@ struct Kernels {
   Dot<float> dot32;
   Dot<double> dot64;
   Dot16 dot16;
+  Companding aLaw, muLaw;
   Fft<float> fft32;
   Fft<double> fft64;
 };

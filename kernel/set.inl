@@ -10,6 +10,7 @@ namespace {
 #include "kernel/scale.inl"
 #include "kernel/int16.inl"
 #include "kernel/dot.inl"
+#include "kernel/law.inl"
 #include "kernel/fft.inl"
 }  // namespace
 
@@ -26,6 +27,8 @@ constinit const Kernels table = {
     .dot32 = dotKernels<float>(),
     .dot64 = dotKernels<double>(),
     .dot16 = dot16Kernels(),
+    .aLaw = compandingKernels<ALaw>(),
+    .muLaw = compandingKernels<MuLaw>(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };
