@@ -35,4 +35,13 @@ void eigenMpyComplex(const double* a, const double* b, double* dst, ptrdiff_t n)
   out(complexes(dst), n) = in(complexes(a), n) * in(complexes(b), n);
 }
 
+float eigenDot(const float* a, const float* b, ptrdiff_t n) { return in(a, n).matrix().dot(in(b, n).matrix()); }
+double eigenDot(const double* a, const double* b, ptrdiff_t n) { return in(a, n).matrix().dot(in(b, n).matrix()); }
+std::complex<float> eigenDotComplex(const float* a, const float* b, ptrdiff_t n) {
+  return (in(complexes(a), n) * in(complexes(b), n)).sum();
+}
+std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t n) {
+  return (in(complexes(a), n) * in(complexes(b), n)).sum();
+}
+
 }  // namespace moxbench

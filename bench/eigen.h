@@ -1,14 +1,22 @@
-// Eigen's part of the arithmetic benchmarks: dst = a op b, n elements.
+// Eigen's part of the benchmarks.
 #pragma once
+#include <complex>
 #include <cstddef>
 
 namespace moxbench {
 
+// dst = a op b, n elements
 void eigenAdd(const float* a, const float* b, float* dst, ptrdiff_t n);
 void eigenMpy(const float* a, const float* b, float* dst, ptrdiff_t n);
 void eigenMpy(const double* a, const double* b, double* dst, ptrdiff_t n);
 // (re, im) pairs
 void eigenMpyComplex(const float* a, const float* b, float* dst, ptrdiff_t n);
 void eigenMpyComplex(const double* a, const double* b, double* dst, ptrdiff_t n);
+
+// Sums of a[i] b[i], no conjugation
+float eigenDot(const float* a, const float* b, ptrdiff_t n);
+double eigenDot(const double* a, const double* b, ptrdiff_t n);
+std::complex<float> eigenDotComplex(const float* a, const float* b, ptrdiff_t n);
+std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t n);
 
 }  // namespace moxbench

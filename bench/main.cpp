@@ -1,11 +1,29 @@
+#include <fstream>
+#include <string>
+
 #include "bench/support.h"
+
+namespace {
+
+// The name that the processor gives itself.
+std::string processor() {
+  std::ifstream info("/proc/cpuinfo");
+  for (std::string line; std::getline(info, line);) {
+    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+  }
+  return "unknown";
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::AddCustomContext("processor", processor());
   // A failure shows as a wrong result.
   moxSetErrMode(MOX_ErrModeSilent);
   moxbench::registerArithmetic();
+  moxbench::registerDotProd();
   moxbench::registerFft();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

@@ -40,7 +40,7 @@ def print_table(title, rows, sets):
     sets = [s for s in sets if any(s in row for row in rows.values())]
     peers = [p for p in dict.fromkeys(c for row in rows.values() for c in row) if p not in SETS]
     compared = sets if len(peers) == 1 else sets[:1]
-    head = [title] + [f"{s}, ns" for s in sets] + [f"{p}, ns" for p in peers]
+    head = [title] + sets + peers
     head += [f"{p} / {s}" for p in peers for s in compared]
     print("| " + " | ".join(head) + " |")
     print("|" + "---:|" * len(head))
@@ -51,12 +51,20 @@ def print_table(title, rows, sets):
     print()
 
 
+def print_machine(context):
+    caches = [f"{cache['size'] // 1024:,} KiB L{cache['level']}" for cache in context["caches"]
+              if cache["type"] != "Instruction"]
+    print(f"Processor: {context.get('processor', 'unknown')}, {', '.join(caches)}. Medians, ns.\n")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("results", type=argparse.FileType())
     parser.add_argument("--sets", default=",".join(SETS))
     arguments = parser.parse_args()
-    tables, errors = medians(json.load(arguments.results))
+    results = json.load(arguments.results)
+    tables, errors = medians(results)
+    print_machine(results["context"])
     for (family, case), rows in tables.items():
         print_table(f"{case}, {'order' if family == 'fft' else 'n'}", rows, arguments.sets.split(","))
     for error in dict.fromkeys(errors):

@@ -44,6 +44,7 @@ void measure(benchmark::State& state, Run run, Wrong wrong, Prepare prepare) {
 
 // Benchmarks are named family/case/size/contender; contenders of this library are its kernel sets.
 void registerArithmetic();
+void registerDotProd();
 void registerFft();
 
 }  // namespace moxbench
