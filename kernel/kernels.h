@@ -133,6 +133,13 @@ struct Companding {
   void (*decode64)(const uint8_t* src, double* dst, size_t n);
 };
 
+// Bit reversal of 2^order elements of 2, 4, 8 or 16 bytes (index 0 to 3), of any alignment: element i goes to the place
+// whose index is i with its low `order` bits in reverse. dst and src do not overlap.
+struct BitReversal {
+  void (*inPlace[4])(void* x, int order);
+  void (*copy[4])(const void* src, void* dst, int order);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -146,6 +153,7 @@ struct Kernels {
   Dot<double> dot64;
   Dot16 dot16;
   Companding aLaw, muLaw;
+  BitReversal bitReversal;
   Fft<float> fft32;
   Fft<double> fft64;
 };

@@ -11,6 +11,7 @@ namespace {
 #include "kernel/int16.inl"
 #include "kernel/dot.inl"
 #include "kernel/law.inl"
+#include "kernel/permute.inl"
 #include "kernel/fft.inl"
 }  // namespace
 
@@ -29,6 +30,7 @@ constinit const Kernels table = {
     .dot16 = dot16Kernels(),
     .aLaw = compandingKernels<ALaw>(),
     .muLaw = compandingKernels<MuLaw>(),
+    .bitReversal = bitReversal(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };
