@@ -20,6 +20,10 @@ struct PackedIo {
   MOX_INLINE void put(size_t i, V v) const {
     store(out + 2 * i, v);
   }
+  // Where passes may work in place: the output if that is not the input, too, and begins at a cache line.
+  MOX_INLINE T* work(T* scratch) const {
+    return out != in && reinterpret_cast<uintptr_t>(out) % 64 == 0 ? out : scratch;
+  }
   // The only value of order 0.
   MOX_INLINE void one() const {
     const T re = in[0], im = in[1];
@@ -42,6 +46,7 @@ struct ScaledIo {
   MOX_INLINE void put(size_t i, V v) const {
     store(out + 2 * i, v * broadcast<V>(scale));
   }
+  MOX_INLINE T* work(T* scratch) const { return PackedIo<T>{in, out}.work(scratch); }
   MOX_INLINE void one() const {
     const T re = in[0] * scale, im = in[1] * scale;
     out[0] = re;
@@ -63,6 +68,7 @@ struct SplitIo {
   MOX_INLINE void put(size_t i, V v) const {
     deinterleave(v * broadcast<V>(scale), outRe + i, outIm + i);
   }
+  MOX_INLINE T* work(T* scratch) const { return scratch; }
   MOX_INLINE void one() const {
     const T re = *inRe * scale, im = *inIm * scale;
     *outRe = re;

@@ -38,7 +38,7 @@ struct KernelOf<float, 10, Fma> : Passes<float, 16, 8, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 11, Fma> : Passes<float, 8, 16, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 12, Fma> : Passes<float, 16, 16, 1, 16> {};
+struct KernelOf<float, 12, Fma> : Passes<float, 8, 8, 8, 8> {};
 template <bool Fma>
 struct KernelOf<double, 1, Fma> : Small<double, 2, 1> {};
 template <bool Fma>
@@ -67,7 +67,7 @@ struct KernelOf<double, 8, Fma> : Passes<double, 16, 1, 1, 16> {};
 template <bool Fma>
 struct KernelOf<double, 9, Fma> : Passes<double, 8, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<double, 10, Fma> : Passes<double, 16, 8, 1, 8> {};
+struct KernelOf<double, 10, Fma> : Passes<double, 8, 8, 1, 16> {};
 template <bool Fma>
 struct KernelOf<double, 11, Fma> : Passes<double, 8, 16, 1, 16> {};
 template <bool Fma>

@@ -1,9 +1,15 @@
-// Transforms of two to four passes through scratch in the table.
+// Transforms of two to four passes.
+//
+// Forwards, through scratch in the table:
 //   first:   columns of the whole input, which goes to scratch
 //   middle:  the same in every block of scratch, in place, one block after the other
 //   last:    blocks that are neighbours in natural order, transposed so that a vector has a value of each of them
 // A pass of radix R over a block of length M takes vectors of columns n = 0 .. m-1, m = M/R, and puts output p of
 // column n in place n + pm, times w_M^(pn).
+//
+// Backwards, the transposed network with the same twiddles, for what fills the first-level cache: the last pass comes
+// first and scatters its results to the blocks, the others take their inputs times w_M^(pn) and end with the columns of
+// the whole. From the second pass on all is in place, in the output if it is another array than the input.
 
 // The radices of first, middle (1: there is none) and last passes.
 template <class T, int R0, int R1, int R2, int kLast>
@@ -12,7 +18,12 @@ struct Passes {
   static constexpr bool kMapped = std::is_same_v<T, float> && N <= 1024;
   static constexpr int L = kLanes<T> / 2;
   using V = Vec<T, 2 * L>;
+  // With input, scratch, output and twiddles beyond the first-level cache.
+  static constexpr bool kBackwards = !kMapped && 2 * N * sizeof(T) >= 16384;
+  // Where the output alone fills it, the scattered stores wait for their lines (order 11 of float64: 4.4 and 3.8 us).
+  static constexpr bool kPrefetch = kBackwards && 2 * N * sizeof(T) >= 32768;
   static_assert(kLast % L == 0 && (!kMapped || R2 == 1));
+  static_assert(!kBackwards || R1 > 1);
 
   // The table, in elements from its start. Twiddles stand as [n / L][p - 1][n % L]; the blocks of a middle pass have
   // two tables, for the scaled and the plain type; factors are stored for mapped transforms only.
@@ -35,7 +46,7 @@ struct Passes {
   // them do not compete for one set of the cache where they lie 4 KiB or more apart.
   static constexpr size_t kLine = 64 / sizeof(T);
   static constexpr size_t kScratch = (kFactorsEnd + kLine - 1) / kLine * kLine;
-  static constexpr size_t kPitch = 2 * (N / R0) + (N / R0 * 2 * sizeof(T) >= 1024 ? kLine : 0);
+  static constexpr size_t kPitch = 2 * (N / R0) + (!kBackwards && N / R0 * 2 * sizeof(T) >= 1024 ? kLine : 0);
   static constexpr uint64_t kElements = kScratch + R0 * kPitch;
 
   // The element of scratch that block q (of N / kLast, in natural order) begins with.
@@ -109,6 +120,23 @@ struct Passes {
     }
   }
 
+  // Backwards.
+  template <size_t m, int R, int D, class Io>
+  MOX_INLINE static void columnsBack(const T* from, const Io& to, const T* twiddles) {
+    for (size_t n = 0; n < m; n += L) {
+      V x[R];
+      x[0] = load<V>(from + 2 * n);
+#pragma GCC unroll 32
+      for (size_t p = 1; p < R; ++p) {
+        x[p] = timesRootAt<D>(load<V>(from + 2 * (n + p * m)), twiddles + 2 * (p - 1) * L);
+      }
+      butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
+#pragma GCC unroll 32
+      for (size_t j = 0; j < R; ++j) to.put(n + j * m, x[j]);
+      twiddles += 2 * (R - 1) * L;
+    }
+  }
+
   template <size_t m, int R, int D>
   MOX_INLINE static void columnsInPlace(T* block, const T* twiddles, const T* factors) {
     columns<m, R, 2 * m, D>(PackedIo<T>{block, block}, block, twiddles, factors);
@@ -159,9 +187,59 @@ struct Passes {
   }
 
   template <int D, class Io>
+  MOX_INLINE static void lastBack(const Io& io, T* to) {
+    constexpr int R = kLast;
+    constexpr size_t stride = N / R;
+    for (size_t q = 0; q < stride; q += L) {
+      V x[R];
+#pragma GCC unroll 32
+      for (size_t k = 0; k < R; ++k) x[k] = io.template get<V>(q + k * stride);
+      butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
+      T* const blocks = to + place(q);
+      if constexpr (kPrefetch) {
+#pragma GCC unroll 32
+        for (size_t l = 0; l < L; ++l) {
+#pragma GCC unroll 32
+          for (size_t j = 0; j < R; j += kLine / 2) __builtin_prefetch(to + place(q + L) + place(l) + 2 * j, 1);
+        }
+      }
+#pragma GCC unroll 32
+      for (size_t j = 0; j < R; j += L) {
+        T* rows[L];
+        V y[L];
+#pragma GCC unroll 32
+        for (size_t l = 0; l < L; ++l) rows[l] = blocks + place(l) + 2 * j, y[l] = x[j + l];
+        storeTransposed(y, rows);
+      }
+    }
+  }
+
+  template <int D>
+  MOX_NOINLINE static void middleBack(T* work, const T* table) {
+    constexpr size_t M = N / R0;
+    for (size_t p = 0; p < R0; ++p) {
+      T* const block = work + p * kPitch;
+      if constexpr (R2 > 1) {
+        for (size_t i = 0; i < R1; ++i) {
+          T* const inner = block + i * 2 * (M / R1);
+          columnsBack<M / R1 / R2, R2, D>(inner, PackedIo<T>{inner, inner}, table + kTwiddles2);
+        }
+      }
+      columnsBack<M / R1, R1, D>(block, PackedIo<T>{block, block}, table + kTwiddles1);
+    }
+  }
+
+  template <int D, class Io>
   MOX_INLINE static void run(const Io& io, T* table) {
-    columns<N / R0, R0, kPitch, D>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
-    if constexpr (R1 > 1) middle<D>(table);
-    last<D>(io, table);
+    if constexpr (kBackwards) {
+      T* const work = io.work(table + kScratch);
+      lastBack<D>(io, work);
+      middleBack<D>(work, table);
+      columnsBack<N / R0, R0, D>(work, io, table + kTwiddles0);
+    } else {
+      columns<N / R0, R0, kPitch, D>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
+      if constexpr (R1 > 1) middle<D>(table);
+      last<D>(io, table);
+    }
   }
 };

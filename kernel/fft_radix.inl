@@ -324,3 +324,34 @@ MOX_INLINE void loadTransposed(const float* const (&rows)[4], Vec<float, 8> (&x)
   }
 }
 #endif
+
+// The transpose of x to rows in memory.
+template <class V, int L>
+MOX_INLINE void storeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
+  transpose(x);
+#pragma GCC unroll 8
+  for (int l = 0; l < L; ++l) store(rows[l], x[l]);
+}
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE void storeHalves(Vec<double, 4> v, double* low, double* high) {
+  _mm_storeu_pd(low, _mm256_castpd256_pd128(v));
+  _mm_storeu_pd(high, _mm256_extractf128_pd(v, 1));
+}
+MOX_INLINE void storeHalves(Vec<float, 8> v, float* low, float* high) {
+  _mm_storeu_ps(low, _mm256_castps256_ps128(v));
+  _mm_storeu_ps(high, _mm256_extractf128_ps(v, 1));
+}
+template <>
+MOX_INLINE void storeTransposed(Vec<double, 4> (&x)[2], double* const (&rows)[2]) {
+  storeHalves(x[0], rows[0], rows[1]);
+  storeHalves(x[1], rows[0] + 2, rows[1] + 2);
+}
+template <>
+MOX_INLINE void storeTransposed(Vec<float, 8> (&x)[4], float* const (&rows)[4]) {
+#  pragma GCC unroll 2
+  for (int n = 0; n < 4; n += 2) {
+    storeHalves(lowerPairs(x[n], x[n + 1]), rows[0] + 2 * n, rows[2] + 2 * n);
+    storeHalves(upperPairs(x[n], x[n + 1]), rows[1] + 2 * n, rows[3] + 2 * n);
+  }
+}
+#endif
