@@ -62,8 +62,10 @@ template <>
 struct KernelOf<double, 6, false> : Passes<double, 8, 1, 1, 8> {};
 template <bool Fma>
 struct KernelOf<double, 7, Fma> : Passes<double, 8, 1, 1, 16> {};
-template <bool Fma>
-struct KernelOf<double, 8, Fma> : Passes<double, 16, 1, 1, 16> {};
+template <>
+struct KernelOf<double, 8, true> : Passes<double, 16, 1, 1, 16> {};
+template <>
+struct KernelOf<double, 8, false> : Passes<double, 8, 4, 1, 8> {};
 template <bool Fma>
 struct KernelOf<double, 9, Fma> : Passes<double, 8, 8, 1, 8> {};
 template <bool Fma>

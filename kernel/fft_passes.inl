@@ -25,14 +25,16 @@ struct Passes {
   static_assert(kLast % L == 0 && (!kMapped || R2 == 1));
   static_assert(!kBackwards || R1 > 1);
 
-  // The table, in elements from its start. Twiddles stand as [n / L][p - 1][n % L]; the blocks of a middle pass have
+  // The table, in elements from its start. Twiddles stand as vectors [n / L][p - 1]; the blocks of a middle pass have
   // two tables, for the scaled and the plain type; factors are stored for mapped transforms only.
   static constexpr int kMiddleTypes = kMapped ? 2 : 1;
   static constexpr size_t kFactorVectors0 = kMapped ? Factors<R0, V>::kCount : 0;
   static constexpr size_t kFactorVectors1 = kMapped ? Factors<R1, V>::kCount : 0;
   static constexpr size_t kFactorVectorsLast = kMapped ? Factors<kLast, V>::kCount : 0;
 
-  static constexpr size_t twiddleElements(int M, int R) { return static_cast<size_t>(2 * (R - 1) * (M / R)); }
+  static constexpr size_t twiddleElements(int M, int R) {
+    return static_cast<size_t>(kRootElements<V> * (R - 1) * (M / R / L));
+  }
   static constexpr size_t kTwiddles0 = 0;
   static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements(N, R0);
   static constexpr size_t kTwiddles1Each = twiddleElements(N / R0, R1);
@@ -55,14 +57,9 @@ struct Passes {
     return p0 * kPitch + 2 * kLast * (p1 * R2 + p2);
   }
 
-  static void storeTwiddles(const Roots& roots, bool plain, int M, int R, T* to) {
-    for (int n0 = 0; n0 < M / R; n0 += L) {
-      for (int p = 1; p < R; ++p) {
-        for (int n = n0; n < n0 + L; ++n) {
-          storeTwiddle(roots, kMapped && scaledTwiddle(plain, M, R, p, n), M, p, n, to);
-          to += 2;
-        }
-      }
+  static void storePass(const Roots& roots, bool plain, int M, int R, T* to) {
+    for (int n = 0; n < M / R; n += L) {
+      for (int p = 1; p < R; ++p, to += kRootElements<V>) storeTwiddles<V>(roots, kMapped, plain, M, R, p, n, to);
     }
   }
 
@@ -79,11 +76,11 @@ struct Passes {
   }
 
   static void build(const Roots& roots, T* table) {
-    storeTwiddles(roots, false, N, R0, table + kTwiddles0);
+    storePass(roots, false, N, R0, table + kTwiddles0);
     for (int plain = 0; plain < kMiddleTypes; ++plain) {
-      storeTwiddles(roots, plain, N / R0, R1, table + kTwiddles1 + static_cast<size_t>(plain) * kTwiddles1Each);
+      storePass(roots, plain, N / R0, R1, table + kTwiddles1 + static_cast<size_t>(plain) * kTwiddles1Each);
     }
-    storeTwiddles(roots, false, N / R0 / R1, R2, table + kTwiddles2);
+    storePass(roots, false, N / R0 / R1, R2, table + kTwiddles2);
     if constexpr (kMapped) {
       Column types[L] = {Column::scaled};
       storeFactors<R0>(types, table + kFactors0);
@@ -112,11 +109,17 @@ struct Passes {
         butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
       }
       store(to + 2 * n, x[0]);
+      if (L == 1 && n == 0) {  // the twiddles of column 0 are 1: a fortieth of the whole at order 9
+#pragma GCC unroll 32
+        for (size_t p = 1; p < R; ++p) store(to + p * pitch, x[p]);
+        twiddles += (R - 1) * kRootElements<V>;
+        continue;
+      }
 #pragma GCC unroll 32
       for (size_t p = 1; p < R; ++p) {
-        store(to + 2 * n + p * pitch, timesRootAt<D>(x[p], twiddles + 2 * (p - 1) * L));
+        store(to + 2 * n + p * pitch, timesRootAt<D>(x[p], twiddles + (p - 1) * kRootElements<V>));
       }
-      twiddles += 2 * (R - 1) * L;
+      twiddles += (R - 1) * kRootElements<V>;
     }
   }
 
@@ -128,12 +131,12 @@ struct Passes {
       x[0] = load<V>(from + 2 * n);
 #pragma GCC unroll 32
       for (size_t p = 1; p < R; ++p) {
-        x[p] = timesRootAt<D>(load<V>(from + 2 * (n + p * m)), twiddles + 2 * (p - 1) * L);
+        x[p] = timesRootAt<D>(load<V>(from + 2 * (n + p * m)), twiddles + (p - 1) * kRootElements<V>);
       }
       butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
 #pragma GCC unroll 32
       for (size_t j = 0; j < R; ++j) to.put(n + j * m, x[j]);
-      twiddles += 2 * (R - 1) * L;
+      twiddles += (R - 1) * kRootElements<V>;
     }
   }
 

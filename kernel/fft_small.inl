@@ -48,17 +48,11 @@ template <class T, int R, int C>
 struct Small {
   static constexpr int N = R * C;
   static constexpr bool kMapped = std::is_same_v<T, float> && N >= 8;
-  static constexpr uint64_t kElements = uint64_t{2} * (R - 1) * C + 1;  // imagPartsAt() reads one beyond
   using V = Vec<T, 2 * C>;
+  static constexpr uint64_t kElements = (R - 1) * kRootElements<V> + 1;  // imagPartsAt() reads one beyond
 
-  // The twiddles [p - 1][n].
   static void build(const Roots& roots, T* table) {
-    for (int p = 1; p < R; ++p) {
-      for (int n = 0; n < C; ++n) {
-        storeTwiddle(roots, kMapped && scaledTwiddle(false, N, R, p, n), N, p, n, table);
-        table += 2;
-      }
-    }
+    for (int p = 1; p < R; ++p, table += kRootElements<V>) storeTwiddles<V>(roots, kMapped, false, N, R, p, 0, table);
   }
 
   template <int D, class Io>
@@ -70,7 +64,7 @@ struct Small {
     butterfly<D>(x, factorsOf<R, V>(First()));
     if constexpr (C > 1) {
 #pragma GCC unroll 16
-      for (int p = 1; p < R; ++p) x[p] = timesRootAt<D>(x[p], table + 2 * (p - 1) * C);
+      for (int p = 1; p < R; ++p) x[p] = timesRootAt<D>(x[p], table + (p - 1) * kRootElements<V>);
     }
 #pragma GCC unroll 16
     for (int q = 0; q < R; q += C) {

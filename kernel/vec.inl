@@ -78,7 +78,8 @@ MOX_INLINE V fma(V a, V b, V c) {
 // c - a*b, rounded like fma().
 template <class V>
 MOX_INLINE V fnma(V a, V b, V c) {
-  return fma(-a, b, c);
+  if constexpr (kHasFma) return fma(-a, b, c);
+  return c - a * b;  // shares the product with an fma()
 }
 
 // Exact widening and rounding narrowing of the same number of elements. __builtin_convertvector between sizes is
@@ -192,13 +193,13 @@ MOX_INLINE Vec<double, 8> fmaAlternating(Vec<double, 8> a, Vec<double, 8> b, Vec
 #else
 template <int D>
 MOX_INLINE Vec<float, 4> fmaAlternating(Vec<float, 4> a, Vec<float, 4> b, Vec<float, 4> c) {
-  const Vec<float, 4> signs = D > 0 ? Vec<float, 4>{-0.0f, 0, -0.0f, 0} : Vec<float, 4>{0, -0.0f, 0, -0.0f};
-  return a * b + _mm_xor_ps(c, signs);
+  const Vec<float, 4> flipped = _mm_xor_ps(c, Vec<float, 4>{-0.0f, 0, -0.0f, 0});
+  return D > 0 ? a * b + flipped : a * b - flipped;
 }
 template <int D>
 MOX_INLINE Vec<double, 2> fmaAlternating(Vec<double, 2> a, Vec<double, 2> b, Vec<double, 2> c) {
-  const Vec<double, 2> signs = D > 0 ? Vec<double, 2>{-0.0, 0} : Vec<double, 2>{0, -0.0};
-  return a * b + _mm_xor_pd(c, signs);
+  const Vec<double, 2> flipped = _mm_xor_pd(c, Vec<double, 2>{-0.0, 0});
+  return D > 0 ? a * b + flipped : a * b - flipped;
 }
 #endif
 
@@ -255,10 +256,34 @@ MOX_INLINE Vec<double, 8> imagPartsAt<Vec<double, 8>>(const double* p) {
 }
 #endif
 
-// timesRoot() with the roots at w.
+// The roots of one vector in a table: (re, im) pairs; without fused multiply-add, whose alternating form brings the
+// signs, (re, re) pairs and then (-im, im) pairs.
+template <class V>
+constexpr int kRootElements = (kHasFma ? 1 : 2) * static_cast<int>(sizeof(V) / sizeof(ElementOf<V>));
+
+template <class V>
+void storeRoot(ElementOf<V> re, ElementOf<V> im, int lane, ElementOf<V>* w) {
+  w += 2 * lane;
+  if constexpr (kHasFma) {
+    w[0] = re;
+    w[1] = im;
+  } else {
+    constexpr int n = sizeof(V) / sizeof(re);
+    w[0] = w[1] = re;
+    w[n] = -im;
+    w[n + 1] = im;
+  }
+}
+
+// timesRoot() with the roots in a table.
 template <int D, class V>
 MOX_INLINE V timesRootAt(V v, const ElementOf<V>* w) {
-  return fmaAlternating<D>(v, realPartsAt<V>(w), swapParts(v) * imagPartsAt<V>(w));
+  if constexpr (kHasFma) {
+    return fmaAlternating<D>(v, realPartsAt<V>(w), swapParts(v) * imagPartsAt<V>(w));
+  } else {
+    const V cross = swapParts(v) * load<V>(w + sizeof(V) / sizeof(*w));
+    return D > 0 ? v * load<V>(w) + cross : v * load<V>(w) - cross;
+  }
 }
 
 // a - i b (D = 1) or a + i b (D = -1); exact products, one rounding.
