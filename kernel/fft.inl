@@ -72,6 +72,7 @@ template <class T>
 constexpr Fft<T> kComplexFft = complexKernels<T>();
 
 #include "kernel/fft_real.inl"
+#include "kernel/fft_two.inl"
 
 template <class T>
 uint64_t tableBytes(int order) {
@@ -93,6 +94,7 @@ constexpr Fft<T> fftKernels() {
   Fft<T> fft = kComplexFft<T>;
   fft.tableBytes = tableBytes<T>;
   fft.build = build<T>;
+  setTwos(fft, std::make_integer_sequence<int, kLargestOrder<T>>{});
   setReals(fft, std::make_integer_sequence<int, kRealOrders<T>>{});
   return fft;
 }

@@ -63,8 +63,16 @@ struct Fft {
   // Index 0 takes the upper sign (forward) and ignores scale, index 1 the lower one (inverse).
   using ToSpectrum = void (*)(const T* x, T* spectrum, T* table, T scale);
   using ToSignal = void (*)(T first, T middle, const T* bins, T* x, T* table, T scale);
+  // In place, x may also be one element above bins - 2 (X[1] at x[1]).
   ToSpectrum toSpectrum[2][32];
   ToSignal toSignal[2][32];
+
+  // Two real signals of 2^order values, order >= 1, through split[order] and that order's table.
+  //   splitTwo: from Z = X + i Y, real parts in x, imaginary parts in y, to X[0..N/2] in x and Y[0..N/2] in y as pairs
+  //             (re, im), N + 2 values each; the imaginary parts of k = 0 and N/2 are zero.
+  //   joinTwo:  the reverse, those four imaginary parts ignored; re may be x and im may be y, no other overlap.
+  void (*splitTwo[32])(T* x, T* y, T* table);
+  void (*joinTwo[32])(const T* x, const T* y, T* re, T* im, T* table);
 };
 
 // int16 from wider values times 2^-factor: floats truncated toward zero after the exact scaling, integers shifted.
