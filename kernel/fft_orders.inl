@@ -30,11 +30,11 @@ struct KernelOf<float, 6, false> : Passes<float, 8, 1, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 8, Fma> : Passes<float, 16, 1, 1, 16> {};
+struct KernelOf<float, 8, Fma> : Passes<float, 4, 8, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<float, 10, Fma> : Passes<float, 16, 8, 1, 8> {};
+struct KernelOf<float, 10, Fma> : Passes<float, 8, 8, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 11, Fma> : Passes<float, 8, 16, 1, 16> {};
 template <bool Fma>
@@ -62,10 +62,8 @@ template <>
 struct KernelOf<double, 6, false> : Passes<double, 8, 1, 1, 8> {};
 template <bool Fma>
 struct KernelOf<double, 7, Fma> : Passes<double, 8, 1, 1, 16> {};
-template <>
-struct KernelOf<double, 8, true> : Passes<double, 16, 1, 1, 16> {};
-template <>
-struct KernelOf<double, 8, false> : Passes<double, 8, 4, 1, 8> {};
+template <bool Fma>
+struct KernelOf<double, 8, Fma> : Passes<double, 8, 4, 1, 8> {};
 template <bool Fma>
 struct KernelOf<double, 9, Fma> : Passes<double, 8, 8, 1, 8> {};
 template <bool Fma>

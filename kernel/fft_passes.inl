@@ -32,14 +32,17 @@ struct Passes {
   static constexpr size_t kFactorVectors1 = kMapped ? Factors<R1, V>::kCount : 0;
   static constexpr size_t kFactorVectorsLast = kMapped ? Factors<kLast, V>::kCount : 0;
 
+  // Ready twiddles where the cache has room for them.
+  static constexpr bool kReadyMiddle = std::is_same_v<T, double>, kReady = kReadyMiddle && !kBackwards;
+  template <bool Ready>
   static constexpr size_t twiddleElements(int M, int R) {
-    return static_cast<size_t>(kRootElements<V> * (R - 1) * (M / R / L));
+    return static_cast<size_t>(kRootElements<V, Ready> * (R - 1) * (M / R / L));
   }
   static constexpr size_t kTwiddles0 = 0;
-  static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements(N, R0);
-  static constexpr size_t kTwiddles1Each = twiddleElements(N / R0, R1);
+  static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements<kReady>(N, R0);
+  static constexpr size_t kTwiddles1Each = twiddleElements<kReadyMiddle>(N / R0, R1);
   static constexpr size_t kTwiddles2 = kTwiddles1 + kMiddleTypes * kTwiddles1Each;
-  static constexpr size_t kFactors0 = kTwiddles2 + twiddleElements(N / R0 / R1, R2);
+  static constexpr size_t kFactors0 = kTwiddles2 + twiddleElements<kReadyMiddle>(N / R0 / R1, R2);
   static constexpr size_t kFactors1 = kFactors0 + 2 * L * kFactorVectors0;
   static constexpr size_t kFactorsLast = kFactors1 + 2 * L * kMiddleTypes * kFactorVectors1;
   static constexpr size_t kFactorsEnd = kFactorsLast + 2 * kFactorVectorsLast * (N / kLast);
@@ -57,9 +60,11 @@ struct Passes {
     return p0 * kPitch + 2 * kLast * (p1 * R2 + p2);
   }
 
+  template <bool Ready>
   static void storePass(const Roots& roots, bool plain, int M, int R, T* to) {
     for (int n = 0; n < M / R; n += L) {
-      for (int p = 1; p < R; ++p, to += kRootElements<V>) storeTwiddles<V>(roots, kMapped, plain, M, R, p, n, to);
+      for (int p = 1; p < R; ++p, to += kRootElements<V, Ready>)
+        storeTwiddles<V, Ready>(roots, kMapped, plain, M, R, p, n, to);
     }
   }
 
@@ -76,11 +81,12 @@ struct Passes {
   }
 
   static void build(const Roots& roots, T* table) {
-    storePass(roots, false, N, R0, table + kTwiddles0);
+    storePass<kReady>(roots, false, N, R0, table + kTwiddles0);
     for (int plain = 0; plain < kMiddleTypes; ++plain) {
-      storePass(roots, plain, N / R0, R1, table + kTwiddles1 + static_cast<size_t>(plain) * kTwiddles1Each);
+      storePass<kReadyMiddle>(roots, plain, N / R0, R1,
+                              table + kTwiddles1 + static_cast<size_t>(plain) * kTwiddles1Each);
     }
-    storePass(roots, false, N / R0 / R1, R2, table + kTwiddles2);
+    storePass<kReadyMiddle>(roots, false, N / R0 / R1, R2, table + kTwiddles2);
     if constexpr (kMapped) {
       Column types[L] = {Column::scaled};
       storeFactors<R0>(types, table + kFactors0);
@@ -97,7 +103,7 @@ struct Passes {
   }
 
   // m columns of a block. Output p goes to `pitch` elements after output p - 1.
-  template <size_t m, int R, size_t pitch, int D, class Io>
+  template <size_t m, int R, size_t pitch, int D, bool Ready, class Io>
   MOX_INLINE static void columns(const Io& from, T* to, const T* twiddles, const T* factors) {
     for (size_t n = 0; n < m; n += L) {
       V x[R];
@@ -112,37 +118,37 @@ struct Passes {
       if (L == 1 && n == 0) {  // the twiddles of column 0 are 1: a fortieth of the whole at order 9
 #pragma GCC unroll 32
         for (size_t p = 1; p < R; ++p) store(to + p * pitch, x[p]);
-        twiddles += (R - 1) * kRootElements<V>;
+        twiddles += (R - 1) * kRootElements<V, Ready>;
         continue;
       }
 #pragma GCC unroll 32
       for (size_t p = 1; p < R; ++p) {
-        store(to + 2 * n + p * pitch, timesRootAt<D>(x[p], twiddles + (p - 1) * kRootElements<V>));
+        store(to + 2 * n + p * pitch, timesRootAt<D, Ready>(x[p], twiddles + (p - 1) * kRootElements<V, Ready>));
       }
-      twiddles += (R - 1) * kRootElements<V>;
+      twiddles += (R - 1) * kRootElements<V, Ready>;
     }
   }
 
   // Backwards.
-  template <size_t m, int R, int D, class Io>
+  template <size_t m, int R, int D, bool Ready, class Io>
   MOX_INLINE static void columnsBack(const T* from, const Io& to, const T* twiddles) {
     for (size_t n = 0; n < m; n += L) {
       V x[R];
       x[0] = load<V>(from + 2 * n);
 #pragma GCC unroll 32
       for (size_t p = 1; p < R; ++p) {
-        x[p] = timesRootAt<D>(load<V>(from + 2 * (n + p * m)), twiddles + (p - 1) * kRootElements<V>);
+        x[p] = timesRootAt<D, Ready>(load<V>(from + 2 * (n + p * m)), twiddles + (p - 1) * kRootElements<V, Ready>);
       }
       butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
 #pragma GCC unroll 32
       for (size_t j = 0; j < R; ++j) to.put(n + j * m, x[j]);
-      twiddles += (R - 1) * kRootElements<V>;
+      twiddles += (R - 1) * kRootElements<V, Ready>;
     }
   }
 
   template <size_t m, int R, int D>
   MOX_INLINE static void columnsInPlace(T* block, const T* twiddles, const T* factors) {
-    columns<m, R, 2 * m, D>(PackedIo<T>{block, block}, block, twiddles, factors);
+    columns<m, R, 2 * m, D, kReadyMiddle>(PackedIo<T>{block, block}, block, twiddles, factors);
   }
 
   template <int D>
@@ -225,10 +231,10 @@ struct Passes {
       if constexpr (R2 > 1) {
         for (size_t i = 0; i < R1; ++i) {
           T* const inner = block + i * 2 * (M / R1);
-          columnsBack<M / R1 / R2, R2, D>(inner, PackedIo<T>{inner, inner}, table + kTwiddles2);
+          columnsBack<M / R1 / R2, R2, D, kReadyMiddle>(inner, PackedIo<T>{inner, inner}, table + kTwiddles2);
         }
       }
-      columnsBack<M / R1, R1, D>(block, PackedIo<T>{block, block}, table + kTwiddles1);
+      columnsBack<M / R1, R1, D, kReadyMiddle>(block, PackedIo<T>{block, block}, table + kTwiddles1);
     }
   }
 
@@ -238,9 +244,9 @@ struct Passes {
       T* const work = io.work(table + kScratch);
       lastBack<D>(io, work);
       middleBack<D>(work, table);
-      columnsBack<N / R0, R0, D>(work, io, table + kTwiddles0);
+      columnsBack<N / R0, R0, D, kReady>(work, io, table + kTwiddles0);
     } else {
-      columns<N / R0, R0, kPitch, D>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
+      columns<N / R0, R0, kPitch, D, kReady>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
       if constexpr (R1 > 1) middle<D>(table);
       last<D>(io, table);
     }

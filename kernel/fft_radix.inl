@@ -120,7 +120,7 @@ constexpr bool scaledTwiddle(bool plain, int M, int R, int p, int n) {
 }
 
 // The twiddles w_M^(pn), n = n0 .., of one vector in a pass of the transform that the roots are of.
-template <class V>
+template <class V, bool Ready>
 void storeTwiddles(const Roots& roots, bool mapped, bool plain, int M, int R, int p, int n0, ElementOf<V>* to) {
   constexpr DoubleDouble sqrt2 = {0x1.6a09e667f3bcdp+0, -0x1.bdd3413b26456p-54};
   constexpr int L = sizeof(V) / sizeof(*to) / 2;
@@ -132,7 +132,7 @@ void storeTwiddles(const Roots& roots, bool mapped, bool plain, int M, int R, in
       const DoubleDouble s = DoubleDouble{kScaledHalfRoot, 0} * sqrt2;
       w = {w.re * s, w.im * s};
     }
-    storeRoot<V>(rounded<ElementOf<V>>(w.re), rounded<ElementOf<V>>(w.im), lane, to);
+    storeRoot<V, Ready>(rounded<ElementOf<V>>(w.re), rounded<ElementOf<V>>(w.im), lane, to);
   }
 }
 

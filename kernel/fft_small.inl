@@ -49,10 +49,12 @@ struct Small {
   static constexpr int N = R * C;
   static constexpr bool kMapped = std::is_same_v<T, float> && N >= 8;
   using V = Vec<T, 2 * C>;
-  static constexpr uint64_t kElements = (R - 1) * kRootElements<V> + 1;  // imagPartsAt() reads one beyond
+  static constexpr bool kReady = std::is_same_v<T, double>;
+  static constexpr int kStep = kRootElements<V, kReady>;
+  static constexpr uint64_t kElements = (R - 1) * kStep;
 
   static void build(const Roots& roots, T* table) {
-    for (int p = 1; p < R; ++p, table += kRootElements<V>) storeTwiddles<V>(roots, kMapped, false, N, R, p, 0, table);
+    for (int p = 1; p < R; ++p, table += kStep) storeTwiddles<V, kReady>(roots, kMapped, false, N, R, p, 0, table);
   }
 
   template <int D, class Io>
@@ -64,7 +66,7 @@ struct Small {
     butterfly<D>(x, factorsOf<R, V>(First()));
     if constexpr (C > 1) {
 #pragma GCC unroll 16
-      for (int p = 1; p < R; ++p) x[p] = timesRootAt<D>(x[p], table + (p - 1) * kRootElements<V>);
+      for (int p = 1; p < R; ++p) x[p] = timesRootAt<D, kReady>(x[p], table + (p - 1) * kStep);
     }
 #pragma GCC unroll 16
     for (int q = 0; q < R; q += C) {

@@ -256,33 +256,36 @@ MOX_INLINE Vec<double, 8> imagPartsAt<Vec<double, 8>>(const double* p) {
 }
 #endif
 
-// The roots of one vector in a table: (re, im) pairs; without fused multiply-add, whose alternating form brings the
-// signs, (re, re) pairs and then (-im, im) pairs.
-template <class V>
-constexpr int kRootElements = (kHasFma ? 1 : 2) * static_cast<int>(sizeof(V) / sizeof(ElementOf<V>));
+// The roots of one vector in a table: (re, im) pairs, or ready, which is twice as much to load but spares float64 the
+// misaligned load: (re, re) pairs and then (im, im) pairs; (-im, im) without fused multiply-add, whose alternating form
+// brings the signs, and which always wants them ready.
+template <class V, bool Ready>
+constexpr int kRootElements = (Ready || !kHasFma ? 2 : 1) * static_cast<int>(sizeof(V) / sizeof(ElementOf<V>));
 
-template <class V>
+template <class V, bool Ready>
 void storeRoot(ElementOf<V> re, ElementOf<V> im, int lane, ElementOf<V>* w) {
+  constexpr int n = sizeof(V) / sizeof(re);
   w += 2 * lane;
-  if constexpr (kHasFma) {
-    w[0] = re;
-    w[1] = im;
-  } else {
-    constexpr int n = sizeof(V) / sizeof(re);
-    w[0] = w[1] = re;
-    w[n] = -im;
+  w[0] = re;
+  w[1] = im;
+  if constexpr (kRootElements<V, Ready> == 2 * n) {
+    w[1] = re;
+    w[n] = kHasFma ? im : -im;
     w[n + 1] = im;
   }
 }
 
 // timesRoot() with the roots in a table.
-template <int D, class V>
+template <int D, bool Ready, class V>
 MOX_INLINE V timesRootAt(V v, const ElementOf<V>* w) {
-  if constexpr (kHasFma) {
-    return fmaAlternating<D>(v, realPartsAt<V>(w), swapParts(v) * imagPartsAt<V>(w));
-  } else {
-    const V cross = swapParts(v) * load<V>(w + sizeof(V) / sizeof(*w));
+  constexpr int n = sizeof(V) / sizeof(*w);
+  if constexpr (!kHasFma) {
+    const V cross = swapParts(v) * load<V>(w + n);
     return D > 0 ? v * load<V>(w) + cross : v * load<V>(w) - cross;
+  } else if constexpr (Ready) {
+    return fmaAlternating<D>(v, load<V>(w), swapParts(v) * load<V>(w + n));
+  } else {
+    return fmaAlternating<D>(v, realPartsAt<V>(w), swapParts(v) * imagPartsAt<V>(w));
   }
 }
 
