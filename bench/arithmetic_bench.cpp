@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "bench/eigen.h"
+#include "bench/native.h"
 #include "bench/support.h"
 
 namespace moxbench {
@@ -100,39 +100,33 @@ std::string wrong(int32_t n) {
 }
 
 template <class Operation, class Call>
-void add(const char* contender, int32_t n, const mox::kernel::Kernels* kernels, Call call) {
+void addOperation(const char* contender, int32_t n, const mox::kernel::Kernels* kernels, Call call) {
   using Real = typename Operation::Real;
-  const std::string name = std::string("arithmetic/") + Operation::name + "/" + std::to_string(n) + "/" + contender;
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    if (kernels) use(kernels);
-    const size_t reals = static_cast<size_t>(n) * Operation::parts;
-    Real *const a = array<Real>(0), *const b = array<Real>(1), *const dst = array<Real>(2);
-    fillNoise(a, reals + 1);
-    std::copy_n(a + 1, reals, b);
-    std::fill_n(dst, reals, Real{0});
-    measure(
-        state, [=] { call(a, b, dst, n); }, [=] { return wrong<Operation>(n); }, [] {});
-  });
+  Real *const a = array<Real>(0), *const b = array<Real>(1), *const dst = array<Real>(2);
+  add(
+      caseName("arithmetic", Operation::name, n, contender), kernels,
+      [=] {
+        const size_t reals = static_cast<size_t>(n) * Operation::parts;
+        fillNoise(a, reals + 1);
+        std::copy_n(a + 1, reals, b);
+      },
+      [=] { call(a, b, dst, n); }, [=] { return wrong<Operation>(n); });
 }
 
 template <class Operation>
 void addAll() {
   using Real = typename Operation::Real;
   for (const int32_t n : kSizes) {
-    for (const auto* const kernels : kernelSets()) add<Operation>(kernels->name, n, kernels, Operation::ours);
-    add<Operation>("eigen", n, nullptr, Operation::eigen);
-    if constexpr (requires { Operation::volk; }) add<Operation>("volk", n, nullptr, Operation::volk);
+    for (const auto* const kernels : kernelSets()) addOperation<Operation>(kernels->name, n, kernels, Operation::ours);
+    addOperation<Operation>("eigen", n, nullptr, Operation::eigen);
+    if constexpr (requires { Operation::volk; }) addOperation<Operation>("volk", n, nullptr, Operation::volk);
 
     // Two arrays read and one written is the traffic of a copy of one and a half.
-    const std::string name = std::string("arithmetic/") + Operation::name + "/" + std::to_string(n) + "/copy";
-    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-      const size_t bytes = static_cast<size_t>(n) * Operation::parts * sizeof(Real) * 3 / 2;
-      Real *const a = array<Real>(0), *const dst = array<Real>(2);
-      fillNoise(a, bytes / sizeof(Real));
-      measure(
-          state, [=] { std::memcpy(dst, a, bytes); },
-          [=] { return std::memcmp(dst, a, bytes) == 0 ? "" : "not a copy"; }, [] {});
-    });
+    const size_t bytes = static_cast<size_t>(n) * Operation::parts * sizeof(Real) * 3 / 2;
+    Real *const from = array<Real>(0), *const to = array<Real>(2);
+    add(
+        caseName("arithmetic", Operation::name, n, "copy"), nullptr, [=] { fillNoise(from, bytes / sizeof(Real)); },
+        [=] { std::memcpy(to, from, bytes); }, [=] { return std::memcmp(to, from, bytes) == 0 ? "" : "not a copy"; });
   }
 }
 

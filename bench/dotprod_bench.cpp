@@ -6,7 +6,7 @@
 #include <complex>
 #include <limits>
 
-#include "bench/eigen.h"
+#include "bench/native.h"
 #include "bench/support.h"
 
 namespace moxbench {
@@ -86,27 +86,26 @@ std::string wrong(Sum<typename Case::Real> found, int32_t n) {
 }
 
 template <class Case, class Call>
-void add(const char* contender, int32_t n, const mox::kernel::Kernels* kernels, Call call) {
+void addCase(const char* contender, int32_t n, const mox::kernel::Kernels* kernels, Call call) {
   using Real = typename Case::Real;
-  const std::string name = std::string("dotprod/") + Case::name + "/" + std::to_string(n) + "/" + contender;
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    if (kernels) use(kernels);
-    const size_t reals = static_cast<size_t>(n) * Case::parts;
-    Real *const a = array<Real>(0), *const b = array<Real>(1);
-    fillNoise(a, reals + 1);
-    std::copy_n(a + 1, reals, b);
-    Sum<Real> sum;
-    measure(
-        state, [&] { benchmark::DoNotOptimize(sum = call(a, b, n)); }, [&] { return wrong<Case>(sum, n); }, [] {});
-  });
+  static Sum<Real> sum;
+  Real *const a = array<Real>(0), *const b = array<Real>(1);
+  add(
+      caseName("dotprod", Case::name, n, contender), kernels,
+      [=] {
+        const size_t reals = static_cast<size_t>(n) * Case::parts;
+        fillNoise(a, reals + 1);
+        std::copy_n(a + 1, reals, b);
+      },
+      [=] { sum = call(a, b, n); }, [=] { return wrong<Case>(sum, n); });
 }
 
 template <class Case>
 void addAll() {
   for (const int32_t n : kSizes) {
-    for (const auto* const kernels : kernelSets()) add<Case>(kernels->name, n, kernels, Case::ours);
-    add<Case>("eigen", n, nullptr, Case::eigen);
-    if constexpr (requires { Case::volk; }) add<Case>("volk", n, nullptr, Case::volk);
+    for (const auto* const kernels : kernelSets()) addCase<Case>(kernels->name, n, kernels, Case::ours);
+    addCase<Case>("eigen", n, nullptr, Case::eigen);
+    if constexpr (requires { Case::volk; }) addCase<Case>("volk", n, nullptr, Case::volk);
   }
 }
 

@@ -182,10 +182,10 @@ class Case {
 };
 
 template <class T, Kind kind>
-void add(int order) {
-  const std::string family = std::string("fft/") + nameOf(kind) + (sizeof(T) == 4 ? "-f32/" : "-f64/");
+void addTransform(int order) {
   const auto shared = std::make_shared<Case<T>>(kind, order);
-  const auto name = [&](const char* contender) { return family + std::to_string(order) + "/" + contender; };
+  const std::string kindAndType = std::string(nameOf(kind)) + (sizeof(T) == 4 ? "-f32" : "-f64");
+  const auto name = [&](const char* contender) { return caseName("fft", kindAndType.c_str(), order, contender); };
   // What a transform makes of its own output neither grows nor vanishes when it is zero.
   const auto prepare = [order] {
     if (isInPlace(kind) || kind == Kind::Signal) {
@@ -215,12 +215,12 @@ void add(int order) {
 template <class T>
 void addAll() {
   for (const int order : kOrders) {
-    add<T, Kind::Forward>(order);
-    add<T, Kind::Inverse>(order);
-    add<T, Kind::ForwardInPlace>(order);
-    add<T, Kind::Spectrum>(order);
-    add<T, Kind::SpectrumInPlace>(order);
-    add<T, Kind::Signal>(order);
+    addTransform<T, Kind::Forward>(order);
+    addTransform<T, Kind::Inverse>(order);
+    addTransform<T, Kind::ForwardInPlace>(order);
+    addTransform<T, Kind::Spectrum>(order);
+    addTransform<T, Kind::SpectrumInPlace>(order);
+    addTransform<T, Kind::Signal>(order);
   }
 }
 

@@ -24,6 +24,8 @@ int main(int argc, char** argv) {
   moxSetErrMode(MOX_ErrModeSilent);
   moxbench::registerArithmetic();
   moxbench::registerDotProd();
+  moxbench::registerLnExp();
+  moxbench::registerLaw();
   moxbench::registerFft();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

@@ -22,6 +22,10 @@ void use(const mox::kernel::Kernels* kernels) {
   mox::kernel::active = kernels;
 }
 
+std::string caseName(const char* family, const char* name, int size, const char* contender) {
+  return std::string(family) + "/" + name + "/" + std::to_string(size) + "/" + contender;
+}
+
 template <class T>
 T* array(int which) {
   constexpr size_t kPage = 4096, kShift = 1344;
@@ -30,6 +34,8 @@ T* array(int which) {
 }
 template float* array<float>(int);
 template double* array<double>(int);
+template int16_t* array<int16_t>(int);
+template uint8_t* array<uint8_t>(int);
 
 template <class T>
 void fillNoise(T* values, size_t n) {

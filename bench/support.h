@@ -42,9 +42,23 @@ void measure(benchmark::State& state, Run run, Wrong wrong, Prepare prepare) {
   }
 }
 
-// Benchmarks are named family/case/size/contender; contenders of this library are its kernel sets.
+// Contenders of this library are its kernel sets.
+std::string caseName(const char* family, const char* name, int size, const char* contender);
+
+// Enters a benchmark of the current kernel set, or of `kernels`: fills the arrays, runs once and checks, then times.
+template <class Fill, class Run, class Wrong>
+void add(const std::string& name, const mox::kernel::Kernels* kernels, Fill fill, Run run, Wrong wrong) {
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+    if (kernels) use(kernels);
+    fill();
+    measure(state, run, wrong, [] {});
+  });
+}
+
 void registerArithmetic();
 void registerDotProd();
 void registerFft();
+void registerLaw();
+void registerLnExp();
 
 }  // namespace moxbench
