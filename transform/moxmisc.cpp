@@ -1,8 +1,9 @@
 // Bit reversal: of numbers, of tables of indices, of vectors.
+#include <bit>
 #include <cstdlib>
-#include <utility>
 
 #include "frame/check.h"
+#include "kernel/kernels.h"
 
 namespace mox {
 namespace {
@@ -51,23 +52,20 @@ int32_t* getTable(int32_t order, Site site = Misc()) {
   return slot;
 }
 
+// The kernels' place for elements of T: 2, 4, 8 and 16 bytes.
+template <class T>
+constexpr int kSizeIndex = std::countr_zero(sizeof(T)) - 1;
+
 template <class T>
 void permuteInPlace(T* vec, int32_t order, Site site = Misc()) {
   if (rejected(site, BAD_IF(order<0), BAD_IF(order>31), BAD_IF(vec==0))) return;
-  const int32_t* const rev = order < 2 ? nullptr : moxGetBitRevTbl(order);
-  if (!rev) return;
-  for (size_t i = 0; i < size_t{1} << order; ++i) {
-    const size_t j = static_cast<size_t>(rev[i]);
-    if (i < j) std::swap(vec[i], vec[j]);
-  }
+  kernel::active->bitReversal.inPlace[kSizeIndex<T>](vec, order);
 }
 
 template <class T>
 void permute(const T* src, T* dst, int32_t order, Site site = Misc()) {
   if (rejected(site, BAD_IF(order<0), BAD_IF(order>31), BAD_IF(src==0), BAD_IF(dst==0))) return;
-  const int32_t* const rev = moxGetBitRevTbl(order);
-  if (!rev) return;
-  for (size_t i = 0; i < size_t{1} << order; ++i) dst[i] = src[rev[i]];
+  kernel::active->bitReversal.copy[kSizeIndex<T>](src, dst, order);
 }
 
 }  // namespace

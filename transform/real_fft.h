@@ -37,13 +37,8 @@ template <class T>
 MOX_HOT void spectrumToSignal(const T* in, T* out, Layout layout, int32_t order, int32_t flags, T* table) {
   const size_t n = size_t{1} << order;
   const T first = in[0], middle = in[middlePlace(layout, n)];
-  const T* bins = in + binsPlace(layout);
-  if (layout == Layout::pack && in == out) {  // in place the kernels want the bins where the samples will be
-    std::memmove(out + 2, bins, (n - 2) * sizeof(T));
-    bins = out + 2;
-  }
   const auto run = Precision<T>::fft().toSignal[flags & MOX_Forw ? 0 : 1][order];
-  run(first, middle, bins, out, table, scaleOf<T>(order, flags));
+  run(first, middle, in + binsPlace(layout), out, table, scaleOf<T>(order, flags));
 }
 
 // ---- orders 0 and 1: without a table
