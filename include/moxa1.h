@@ -485,6 +485,128 @@ MOX_API void MOX_CALL moxdbExp2(const double* src, double* dst, int32_t len);
 /** @} */
 /** @} */
 
+/** @defgroup elementwise Element-wise functions and statistics
+ * `1` forms work in place, `2` forms write dst; src and dst are the same array or do not overlap, i = 0 ... len-1.
+ * Checks: "len<=0", then "vec==0", or "src==0", "dst==0", then what the family names.
+ * Real comparisons go by bit patterns: -0.0 lies below +0.0, a NaN beyond the infinity of its sign.
+ * @{ */
+
+/** How Thresh compares. */
+enum {
+  MOX_LT = 0, /**< raise what lies below the threshold */
+  MOX_GT = 1  /**< lower what lies above it; any other value than 0 */
+};
+
+/** @name x * x
+ * The complex square is the product of moxcbMpy3. */
+/** @{ */
+MOX_API void MOX_CALL moxsbSqr1(float* vec, int32_t len);
+MOX_API void MOX_CALL moxsbSqr2(const float* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbSqr1(double* vec, int32_t len);
+MOX_API void MOX_CALL moxdbSqr2(const double* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxcbSqr1(MoxC* vec, int32_t len);
+MOX_API void MOX_CALL moxcbSqr2(const MoxC* src, MoxC* dst, int32_t len);
+MOX_API void MOX_CALL moxzbSqr1(MoxZ* vec, int32_t len);
+MOX_API void MOX_CALL moxzbSqr2(const MoxZ* src, MoxZ* dst, int32_t len);
+/** @} */
+/** @name x * x with a scale mode
+ * The mode counts as a set of flags: 1 saturate, 2 the factor at `scalePtr` (0 when that is null), 4 the least factor
+ * that fits all, which is written there ("scaleFactor==0" when it is null, after the other checks) and comes before the
+ * others. Factors and limits are those of moxwbMpy3; real squares saturate without any flag, too. */
+/** @{ */
+MOX_API void MOX_CALL moxwbSqr1(int16_t* vec, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbSqr2(const int16_t* src, int16_t* dst, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbSqr1(MoxV* vec, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvbSqr2(const MoxV* src, MoxV* dst, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @name Square root
+ * Real: a negative element is stored as it is, and after the whole vector "Element of input vector is negative" is
+ * reported. Complex: (sqrt(m/2 + re/2), +-sqrt(m/2 - re/2)), m = |x|, the sign that of a negative imaginary part (-0.0
+ * is not one); float32 is evaluated in float64. int16 roots are truncated. */
+/** @{ */
+MOX_API void MOX_CALL moxsbSqrt1(float* vec, int32_t len);
+MOX_API void MOX_CALL moxsbSqrt2(const float* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbSqrt1(double* vec, int32_t len);
+MOX_API void MOX_CALL moxdbSqrt2(const double* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxcbSqrt1(MoxC* vec, int32_t len);
+MOX_API void MOX_CALL moxcbSqrt2(const MoxC* src, MoxC* dst, int32_t len);
+MOX_API void MOX_CALL moxzbSqrt1(MoxZ* vec, int32_t len);
+MOX_API void MOX_CALL moxzbSqrt2(const MoxZ* src, MoxZ* dst, int32_t len);
+MOX_API void MOX_CALL moxwbSqrt1(int16_t* vec, int32_t len);
+MOX_API void MOX_CALL moxwbSqrt2(const int16_t* src, int16_t* dst, int32_t len);
+MOX_API void MOX_CALL moxvbSqrt1(MoxV* vec, int32_t len);
+MOX_API void MOX_CALL moxvbSqrt2(const MoxV* src, MoxV* dst, int32_t len);
+/** @} */
+/** @name Threshold
+ * Real: elements below (MOX_LT) or above (MOX_GT) `thresh` become `thresh`. Complex: elements of smaller or larger
+ * magnitude are scaled to magnitude `thresh`, evaluated in float64, int16 ones truncated; a zero element below it
+ * becomes (thresh, its imaginary part). Complex forms check "thresh<0.0f", "thresh<0.0" or "thresh<0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbThresh1(float* vec, int32_t len, float thresh, int32_t relOp);
+MOX_API void MOX_CALL moxsbThresh2(const float* src, float* dst, int32_t len, float thresh, int32_t relOp);
+MOX_API void MOX_CALL moxdbThresh1(double* vec, int32_t len, double thresh, int32_t relOp);
+MOX_API void MOX_CALL moxdbThresh2(const double* src, double* dst, int32_t len, double thresh, int32_t relOp);
+MOX_API void MOX_CALL moxcbThresh1(MoxC* vec, int32_t len, float thresh, int32_t relOp);
+MOX_API void MOX_CALL moxcbThresh2(const MoxC* src, MoxC* dst, int32_t len, float thresh, int32_t relOp);
+MOX_API void MOX_CALL moxzbThresh1(MoxZ* vec, int32_t len, double thresh, int32_t relOp);
+MOX_API void MOX_CALL moxzbThresh2(const MoxZ* src, MoxZ* dst, int32_t len, double thresh, int32_t relOp);
+MOX_API void MOX_CALL moxwbThresh1(int16_t* vec, int32_t len, int16_t thresh, int32_t relOp);
+MOX_API void MOX_CALL moxwbThresh2(const int16_t* src, int16_t* dst, int32_t len, int16_t thresh, int32_t relOp);
+MOX_API void MOX_CALL moxvbThresh1(MoxV* vec, int32_t len, int16_t thresh, int32_t relOp);
+MOX_API void MOX_CALL moxvbThresh2(const MoxV* src, MoxV* dst, int32_t len, int16_t thresh, int32_t relOp);
+/** @} */
+/** @name Inverse with a floor
+ * 1/x where |x| > thresh; elsewhere an inverse of magnitude 1/thresh, with the sign of x (complex: the phase of 1/x,
+ * and (1/thresh, 0) for a zero element). With thresh 0, a zero element gives the largest finite number (complex: and
+ * 0), and "zero element and zero thresh" is reported after the whole vector. Checks "thresh<0.0f" or "thresh<0.0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbInvThresh1(float* vec, int32_t len, float thresh);
+MOX_API void MOX_CALL moxsbInvThresh2(const float* src, float* dst, int32_t len, float thresh);
+MOX_API void MOX_CALL moxdbInvThresh1(double* vec, int32_t len, double thresh);
+MOX_API void MOX_CALL moxdbInvThresh2(const double* src, double* dst, int32_t len, double thresh);
+MOX_API void MOX_CALL moxcbInvThresh1(MoxC* vec, int32_t len, float thresh);
+MOX_API void MOX_CALL moxcbInvThresh2(const MoxC* src, MoxC* dst, int32_t len, float thresh);
+MOX_API void MOX_CALL moxzbInvThresh1(MoxZ* vec, int32_t len, double thresh);
+MOX_API void MOX_CALL moxzbInvThresh2(const MoxZ* src, MoxZ* dst, int32_t len, double thresh);
+/** @} */
+/** @name Absolute value
+ * Of int16 -32768: 32767. */
+/** @{ */
+MOX_API void MOX_CALL moxsbAbs1(float* vec, int32_t len);
+MOX_API void MOX_CALL moxsbAbs2(const float* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbAbs1(double* vec, int32_t len);
+MOX_API void MOX_CALL moxdbAbs2(const double* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxwbAbs1(int16_t* vec, int32_t len);
+MOX_API void MOX_CALL moxwbAbs2(const int16_t* src, int16_t* dst, int32_t len);
+/** @} */
+/** @name Mean
+ * The sum is exact to about 100 bits, cannot overflow, is divided by len and rounded; int16 means are truncated toward
+ * zero. */
+/** @{ */
+MOX_API float MOX_CALL moxsMean(const float* vec, int32_t len);
+MOX_API double MOX_CALL moxdMean(const double* vec, int32_t len);
+MOX_API int16_t MOX_CALL moxwMean(const int16_t* vec, int32_t len);
+/** @} */
+/** @name Mean power
+ * The sum of the squares divided by len: no mean is subtracted, no root taken. float32 and float64 sums run in float64
+ * in 32 parts. int16: flags as for moxwbSqr1; with a factor f >= 0 floor(mean) >> f, with f < 0 both the quotient and
+ * the remainder are shifted left; saturated at 32767 with flag 1, else the low 16 bits. */
+/** @{ */
+MOX_API float MOX_CALL moxsStdDev(const float* vec, int32_t len);
+MOX_API double MOX_CALL moxdStdDev(const double* vec, int32_t len);
+MOX_API int16_t MOX_CALL moxwStdDev(const int16_t* vec, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @name Largest and smallest element */
+/** @{ */
+MOX_API float MOX_CALL moxsMax(const float* vec, int32_t len);
+MOX_API float MOX_CALL moxsMin(const float* vec, int32_t len);
+MOX_API double MOX_CALL moxdMax(const double* vec, int32_t len);
+MOX_API double MOX_CALL moxdMin(const double* vec, int32_t len);
+MOX_API int16_t MOX_CALL moxwMax(const int16_t* vec, int32_t len);
+MOX_API int16_t MOX_CALL moxwMin(const int16_t* vec, int32_t len);
+/** @} */
+/** @} */
+
 /** @defgroup tables Bit reversal and twiddle tables
  * Tables are cached per thread on first use and live until the thread calls the matching Free function: a thread that
  * wants its memory back frees them before it ends. Lengths are 2^order, 0 <= order <= 31.

@@ -57,13 +57,13 @@ MOX_INLINE V all(int32_t x) {
 // ---- operations: exact() on vectors and on single values, put() back together
 
 // Sums, differences and products of single values: element k of the operands.
-struct Elementwise {
+struct PerElement {
   template <class V>
   MOX_INLINE static Vec<int16_t, 2 * sizeof(V) / sizeof(int32_t)> put(Results<V> r) {
     return packed(r.v0, r.v1);
   }
 };
-struct Sum16 : Elementwise {
+struct Sum16 : PerElement {
   template <class V>
   MOX_INLINE static ResultsOf<V> exact(V a, V b) {
     const V as = a >> 15, bs = b >> 15;
@@ -80,7 +80,7 @@ struct Sum16 : Elementwise {
     return plusSaturated(a, b);
   }
 };
-struct Difference16 : Elementwise {
+struct Difference16 : PerElement {
   template <class V>
   MOX_INLINE static ResultsOf<V> exact(V a, V b) {
     const V as = a >> 15, bs = b >> 15;
@@ -97,7 +97,7 @@ struct Difference16 : Elementwise {
     return minusSaturated(a, b);
   }
 };
-struct Product16 : Elementwise {
+struct Product16 : PerElement {
   template <class V>
   MOX_INLINE static V wrapped(V a, V b) {
     return reinterpret_cast<V>(reinterpret_cast<Vec<uint16_t, sizeof(V) / 2>>(a) *

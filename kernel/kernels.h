@@ -148,6 +148,35 @@ struct BitReversal {
   void (*copy[4])(const void* src, void* dst, int order);
 };
 
+// Element-wise functions and statistics; src and dst are the same array or disjoint. "raise" replaces what lies below the
+// threshold, "lower" what lies above it, complex values keep their phase.
+template <class T>
+struct Elementwise {
+  void (*sqrt)(const T* src, T* dst, size_t n);  // negative values stay
+  void (*raise)(const T* src, T* dst, size_t n, T thresh);
+  void (*lower)(const T* src, T* dst, size_t n, T thresh);
+  void (*invert)(const T* src, T* dst, size_t n, T thresh, T floor);  // 1/x if |x| > thresh, else +-floor
+  void (*abs)(const T* src, T* dst, size_t n);
+  void (*sqrtComplex)(const T* src, T* dst, size_t n);
+  void (*raiseComplex)(const T* src, T* dst, size_t n, T thresh);
+  void (*lowerComplex)(const T* src, T* dst, size_t n, T thresh);
+  void (*invertComplex)(const T* src, T* dst, size_t n, T thresh, T floor);  // (floor, 0) for zero
+  T (*largest)(const T* src, size_t n);
+  T (*smallest)(const T* src, size_t n);
+  void (*sum)(const T* src, size_t n, double* hiLo);  // the exact sum is hiLo[0] + hiLo[1] to about 100 bits
+  void (*sumOfSquares)(const T* src, size_t n, double* hiLo);
+};
+struct Elementwise16 {
+  void (*sqrt)(const int16_t* src, int16_t* dst, size_t n);  // truncated; negative values stay
+  void (*raise)(const int16_t* src, int16_t* dst, size_t n, int16_t thresh);
+  void (*lower)(const int16_t* src, int16_t* dst, size_t n, int16_t thresh);
+  void (*abs)(const int16_t* src, int16_t* dst, size_t n);  // saturates
+  int16_t (*largest)(const int16_t* src, size_t n);
+  int16_t (*smallest)(const int16_t* src, size_t n);
+  int64_t (*sum)(const int16_t* src, size_t n);
+  uint64_t (*sumOfSquares)(const int16_t* src, size_t n);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -161,6 +190,9 @@ struct Kernels {
   Dot<double> dot64;
   Dot16 dot16;
   Companding aLaw, muLaw;
+  Elementwise<float> elementwise32;
+  Elementwise<double> elementwise64;
+  Elementwise16 elementwise16;
   BitReversal bitReversal;
   Fft<float> fft32;
   Fft<double> fft64;

@@ -11,6 +11,7 @@ namespace {
 #include "kernel/int16.inl"
 #include "kernel/dot.inl"
 #include "kernel/law.inl"
+#include "kernel/elementwise.inl"
 #include "kernel/permute.inl"
 #include "kernel/fft.inl"
 }  // namespace
@@ -30,6 +31,9 @@ constinit const Kernels table = {
     .dot16 = dot16Kernels(),
     .aLaw = compandingKernels<ALaw>(),
     .muLaw = compandingKernels<MuLaw>(),
+    .elementwise32 = elementwiseKernels<float>(),
+    .elementwise64 = elementwiseKernels<double>(),
+    .elementwise16 = elementwise16Kernels(),
     .bitReversal = bitReversal(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),

@@ -1,56 +1,16 @@
 // Arithmetic on floating-point and complex vectors and on single complex values.
-#include <bit>
 #include <cstring>
 
 #include "frame/check.h"
 #include "kernel/kernels.h"
+#include "vector/element.h"
 
 namespace mox {
 namespace {
 
 using Arithmetic = Here<"moxarith">;
 
-// ---- element types: the reals they are made of, and arithmetic on one element
-
-template <class T>
-struct Element {  // float, double
-  using Real = T;
-  static constexpr size_t kParts = 1;
-  static T even(T v) { return v; }
-  static T odd(T v) { return v; }
-};
-template <>
-struct Element<MoxC> {
-  using Real = float;
-  static constexpr size_t kParts = 2;
-  static float even(MoxC v) { return v.re; }
-  static float odd(MoxC v) { return v.im; }
-};
-template <>
-struct Element<MoxZ> {
-  using Real = double;
-  static constexpr size_t kParts = 2;
-  static double even(MoxZ v) { return v.re; }
-  static double odd(MoxZ v) { return v.im; }
-};
-
-template <class T>
-using RealOf = typename Element<T>::Real;
-template <class T>
-constexpr bool kComplex = Element<T>::kParts == 2;
-
-template <class T>
-const RealOf<T>* reals(const T* v) {
-  return reinterpret_cast<const RealOf<T>*>(v);
-}
-template <class T>
-RealOf<T>* reals(T* v) {
-  return reinterpret_cast<RealOf<T>*>(v);
-}
-template <class T>
-size_t realCount(int32_t n) {
-  return static_cast<size_t>(n) * Element<T>::kParts;
-}
+// ---- arithmetic on one element
 
 float plus(float a, float b) { return a + b; }
 double plus(double a, double b) { return a + b; }
@@ -92,13 +52,6 @@ const kernel::Arith<R>& arith() {
 // ---- order of processing: kernels serve equal and disjoint arrays, partly overlapping ones go element by element,
 // down
 
-template <class T>
-bool partlyOverlap(const T* src, const T* dst, int32_t n) {
-  const uintptr_t a = reinterpret_cast<uintptr_t>(src), b = reinterpret_cast<uintptr_t>(dst);
-  const uint64_t bytes = static_cast<uint64_t>(n) * sizeof(T);
-  return a != b && (a < b ? b - a < bytes : a - b < bytes);
-}
-
 // dst[i] = a[i] op b[i]
 template <class T, class R = RealOf<T>>
 void zip(const T* a, const T* b, T* dst, int32_t n, void (*kernel)(const R*, const R*, R*, size_t), size_t count,
@@ -134,7 +87,7 @@ void zero(T* dst, int32_t n, Site site = Arithmetic()) {
 template <class T>
 void set(T val, T* dst, int32_t n, Site site = Arithmetic()) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(dst==0))) return;
-  arith<RealOf<T>>().setPair(Element<T>::even(val), Element<T>::odd(val), reals(dst), realCount<T>(n));
+  arith<RealOf<T>>().setPair(even(val), odd(val), reals(dst), realCount<T>(n));
 }
 
 template <class T>
@@ -151,7 +104,7 @@ void copy(const T* src, T* dst, int32_t n, Site site = Arithmetic()) {
 template <class T>
 void addScalar(T val, T* dst, int32_t n, Site site = Arithmetic()) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(dst==0))) return;
-  arith<RealOf<T>>().addPair(Element<T>::even(val), Element<T>::odd(val), reals(dst), realCount<T>(n));
+  arith<RealOf<T>>().addPair(even(val), odd(val), reals(dst), realCount<T>(n));
 }
 
 template <class T>
@@ -169,7 +122,7 @@ void add(const T* srcA, const T* srcB, T* dst, int32_t n, Site site = Arithmetic
 template <class T>
 void subScalar(T val, T* dst, int32_t n, Site site = Arithmetic()) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(dst==0))) return;
-  arith<RealOf<T>>().subPair(Element<T>::even(val), Element<T>::odd(val), reals(dst), realCount<T>(n));
+  arith<RealOf<T>>().subPair(even(val), odd(val), reals(dst), realCount<T>(n));
 }
 
 template <class T>
@@ -269,11 +222,6 @@ void conjExtend2(const C* src, C* dst, int32_t n, Site site = Arithmetic()) {
   conjugateFlip(dst, dst + n, n);
 }
 
-// By the bits but for the sign: a subnormal is not zero, also where the caller's thread takes it for zero in
-// arithmetic.
-bool isZero(float x) { return std::bit_cast<uint32_t>(x) << 1 == 0; }
-bool isZero(double x) { return std::bit_cast<uint64_t>(x) << 1 == 0; }
-
 // (a.re b.re + a.im b.im, a.im b.re - a.re b.im) * (1 / |b|^2), in float64
 template <class C>
 C quotient(C a, C b) {
@@ -285,7 +233,7 @@ C quotient(C a, C b) {
 
 template <class C>
 C divide(C a, C b, Site site) {
-  if (isZero(b.re) && isZero(b.im)) [[unlikely]] {
+  if (isZero(b)) [[unlikely]] {
     report(site, MOX_StsBadArg, "(b.re==0.0)&&(b.im==0.0)");
     return {0, 0};
   }

@@ -5,31 +5,16 @@
 
 #include "frame/check.h"
 #include "kernel/kernels.h"
+#include "vector/element.h"
 
 namespace mox {
 namespace {
 
 using Arithmetic16 = Here<"moxaritw">;
 
+// int16 values in an element.
 template <class T>
 constexpr size_t kParts = sizeof(T) / sizeof(int16_t);
-
-template <class T>
-const int16_t* parts(const T* v) {
-  return reinterpret_cast<const int16_t*>(v);
-}
-template <class T>
-int16_t* parts(T* v) {
-  return reinterpret_cast<int16_t*>(v);
-}
-template <class T>
-size_t partCount(int32_t n) {
-  return static_cast<size_t>(n) * kParts<T>;
-}
-int16_t even(int16_t v) { return v; }
-int16_t odd(int16_t v) { return v; }
-int16_t even(MoxV v) { return v.re; }
-int16_t odd(MoxV v) { return v.im; }
 
 using kernel::Int16;
 using kernel::Int16Op;
@@ -46,7 +31,7 @@ const Int16Op& operation(Family family) {
     case Family::sub:
       return kernels().sub;
     default:
-      return kParts<T> == 2 ? kernels().mpyComplex : kernels().mpy;
+      return kComplex<T> ? kernels().mpyComplex : kernels().mpy;
   }
 }
 
@@ -56,17 +41,10 @@ int32_t fixedFactor(int32_t mode, const int32_t* scalefactor) {
   return mode == MOX_NoScale || mode == MOX_NoScaleSat || !scalefactor ? 0 : *scalefactor;
 }
 
-template <class T>
-bool partlyOverlap(const T* src, const T* dst, int32_t n) {
-  const uintptr_t a = reinterpret_cast<uintptr_t>(src), b = reinterpret_cast<uintptr_t>(dst);
-  const uint64_t bytes = static_cast<uint64_t>(n) * sizeof(T);
-  return a != b && (a < b ? b - a < bytes : a - b < bytes);
-}
-
 // dst[i] = a[i] op b[i] with the least factor that serves all: products of the automatic mode.
 template <class T>
 void shiftDown(Family family, const int16_t* a, const int16_t* b, int16_t* dst, size_t n, int32_t factor) {
-  if (family == Family::mpy && kParts<T> == 2) {
+  if (family == Family::mpy && kComplex<T>) {
     kernels().shiftComplex(a, b, dst, n, factor);
   } else {
     operation<T>(family).combine(a, b, dst, n, false, factor);
@@ -79,15 +57,15 @@ void shiftDown(Family family, const int16_t* a, const int16_t* b, int16_t* dst, 
 template <class T>
 int32_t combineDownAutomatic(Family family, const T* a, const T* b, T* dst, int32_t n) {
   const Int16Op& op = operation<T>(family);
-  const auto factorOf = [&](int32_t i) { return op.autoFactor(parts(a + i), parts(b + i), kParts<T>); };
+  const auto factorOf = [&](int32_t i) { return op.autoFactor(reals(a + i), reals(b + i), kParts<T>); };
   int32_t i = n - 1;
-  for (; i >= 0 && factorOf(i) == 0; --i) op.combine(parts(a + i), parts(b + i), parts(dst + i), kParts<T>, false, 0);
+  for (; i >= 0 && factorOf(i) == 0; --i) op.combine(reals(a + i), reals(b + i), reals(dst + i), kParts<T>, false, 0);
   int32_t factor = 0;
   for (int32_t k = i; k >= 0; --k) factor = std::max(factor, factorOf(k));
   for (int32_t k = n - 1; k > i; --k) {
-    for (size_t p = 0; p < kParts<T>; ++p) parts(dst + k)[p] = static_cast<int16_t>(parts(dst + k)[p] >> factor);
+    for (size_t p = 0; p < kParts<T>; ++p) reals(dst + k)[p] = static_cast<int16_t>(reals(dst + k)[p] >> factor);
   }
-  for (; i >= 0; --i) shiftDown<T>(family, parts(a + i), parts(b + i), parts(dst + i), kParts<T>, factor);
+  for (; i >= 0; --i) shiftDown<T>(family, reals(a + i), reals(b + i), reals(dst + i), kParts<T>, factor);
   return factor;
 }
 
@@ -97,8 +75,8 @@ void zip(Family family, const T* a, const T* b, T* dst, int32_t n, int32_t mode,
   const bool apart = !partlyOverlap(a, dst, n) && !partlyOverlap(b, dst, n);
   if (mode == MOX_AutoScale) {
     if (apart) {
-      const int32_t factor = op.autoFactor(parts(a), parts(b), partCount<T>(n));
-      shiftDown<T>(family, parts(a), parts(b), parts(dst), partCount<T>(n), factor);
+      const int32_t factor = op.autoFactor(reals(a), reals(b), realCount<T>(n));
+      shiftDown<T>(family, reals(a), reals(b), reals(dst), realCount<T>(n), factor);
       *scalefactor = factor;
     } else {
       *scalefactor = combineDownAutomatic(family, a, b, dst, n);
@@ -108,27 +86,27 @@ void zip(Family family, const T* a, const T* b, T* dst, int32_t n, int32_t mode,
   const bool saturate = saturates(mode);
   const int32_t factor = fixedFactor(mode, scalefactor);
   if (apart) {
-    op.combine(parts(a), parts(b), parts(dst), partCount<T>(n), saturate, factor);
+    op.combine(reals(a), reals(b), reals(dst), realCount<T>(n), saturate, factor);
   } else {
-    for (int32_t i = n; i-- > 0;) op.combine(parts(a + i), parts(b + i), parts(dst + i), kParts<T>, saturate, factor);
+    for (int32_t i = n; i-- > 0;) op.combine(reals(a + i), reals(b + i), reals(dst + i), kParts<T>, saturate, factor);
   }
 }
 
 template <class T>
 void withScalar(Family family, T val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
   const Int16Op& op = operation<T>(family);
-  const size_t count = partCount<T>(n);
+  const size_t count = realCount<T>(n);
   if (mode == MOX_AutoScale) {
-    const int32_t factor = op.autoFactorPair(even(val), odd(val), parts(dst), count);
-    if (family == Family::mpy && kParts<T> == 2) {
-      kernels().shiftComplexPair(even(val), odd(val), parts(dst), count, factor);
+    const int32_t factor = op.autoFactorPair(even(val), odd(val), reals(dst), count);
+    if (family == Family::mpy && kComplex<T>) {
+      kernels().shiftComplexPair(even(val), odd(val), reals(dst), count, factor);
     } else {
-      op.combinePair(even(val), odd(val), parts(dst), count, false, factor);
+      op.combinePair(even(val), odd(val), reals(dst), count, false, factor);
     }
     *scalefactor = factor;
     return;
   }
-  op.combinePair(even(val), odd(val), parts(dst), count, saturates(mode), fixedFactor(mode, scalefactor));
+  op.combinePair(even(val), odd(val), reals(dst), count, saturates(mode), fixedFactor(mode, scalefactor));
 }
 
 // ---- checks: the factor pointer is looked at only after all others passed
@@ -207,7 +185,7 @@ void sub3(const T* src, const T* val, T* dst, int32_t n, int32_t mode, int32_t* 
 template <class T>
 void set(T val, T* dst, int32_t n, Site site = Arithmetic16()) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(dst==0))) return;
-  kernels().fillPair(even(val), odd(val), parts(dst), partCount<T>(n));
+  kernels().fillPair(even(val), odd(val), reals(dst), realCount<T>(n));
 }
 
 template <class T>
@@ -217,7 +195,7 @@ void copy(const T* src, T* dst, int32_t n, Site site = Arithmetic16()) {
     for (int32_t i = n; i-- > 0;) dst[i] = src[i];
     return;
   }
-  kernels().copy(parts(src), parts(dst), partCount<T>(n));
+  kernels().copy(reals(src), reals(dst), realCount<T>(n));
 }
 
 // ---- conjugation: the imaginary part is negated modulo 2^16
@@ -229,7 +207,7 @@ void conjugate(const MoxV* src, MoxV* dst, int32_t n) {
     for (int32_t i = n; i-- > 0;) dst[i] = conjugated(src[i]);
     return;
   }
-  kernels().conj(parts(src), parts(dst), static_cast<size_t>(n));
+  kernels().conj(reals(src), reals(dst), static_cast<size_t>(n));
 }
 
 // dst[n-1-i] = conj(src[i]), reading up, writing down
@@ -238,7 +216,7 @@ void conjugateFlip(const MoxV* src, MoxV* dst, int32_t n) {
     for (int32_t i = 0; i < n; ++i) dst[n - 1 - i] = conjugated(src[i]);
     return;
   }
-  kernels().conjFlip(parts(src), parts(dst), static_cast<size_t>(n));
+  kernels().conjFlip(reals(src), reals(dst), static_cast<size_t>(n));
 }
 
 // v is rounded to the nearest integer, ties to even.

@@ -1,0 +1,404 @@
+// Square roots, thresholds, inverses, absolute values and statistics. Comparisons are made on bit patterns: as signed
+// integers, those of non-negative floats order like the values, those of negative ones in reverse, -0.0 below +0.0.
+
+template <class V>
+using SignedBits = Vec<std::conditional_t<sizeof(ElementOf<V>) == 4, int32_t, int64_t>, sizeof(V) / sizeof(ElementOf<V>)>;
+template <class V>
+using UnsignedBits = Vec<BitsOf<ElementOf<V>>, sizeof(V) / sizeof(ElementOf<V>)>;
+
+MOX_INLINE Vec<float, 4> squareRoot(Vec<float, 4> v) { return _mm_sqrt_ps(v); }
+MOX_INLINE Vec<double, 2> squareRoot(Vec<double, 2> v) { return _mm_sqrt_pd(v); }
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE Vec<float, 8> squareRoot(Vec<float, 8> v) { return _mm256_sqrt_ps(v); }
+MOX_INLINE Vec<double, 4> squareRoot(Vec<double, 4> v) { return _mm256_sqrt_pd(v); }
+#endif
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<float, 16> squareRoot(Vec<float, 16> v) { return _mm512_sqrt_ps(v); }
+MOX_INLINE Vec<double, 8> squareRoot(Vec<double, 8> v) { return _mm512_sqrt_pd(v); }
+#endif
+
+template <class V>
+constexpr auto kSignBitOf = BitsOf<ElementOf<V>>{1} << (8 * sizeof(ElementOf<V>) - 1);
+
+template <class V>
+MOX_INLINE V withoutSign(V v) {
+  return reinterpret_cast<V>(reinterpret_cast<UnsignedBits<V>>(v) & ~kSignBitOf<V>);
+}
+
+// op(a[i]), single values through a vector of 16 bytes.
+template <class T, class Op>
+struct UnaryMap {
+  static constexpr int kPeriod = 1;
+  const T* a;
+  Op op;
+  template <class V>
+  MOX_INLINE V at(size_t i) const {
+    return op.of(load<V>(a + i));
+  }
+  MOX_INLINE T one(size_t i) const { return op.of(broadcast<Vec<T, 16 / sizeof(T)>>(a[i]))[0]; }
+};
+template <class T, class Op>
+MOX_INLINE void mapUnary(const T* src, T* dst, size_t n, const Op& op) {
+  mapAll<T>(dst, n, UnaryMap<T, Op>{src, op});
+}
+
+// ---- real
+
+struct RootOrSame {  // negative values and negative NaN stay
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    return reinterpret_cast<UnsignedBits<V>>(v) > kSignBitOf<V> ? v : squareRoot(withoutSign(v));
+  }
+};
+template <class T>
+void rootAll(const T* src, T* dst, size_t n) {
+  mapUnary(src, dst, n, RootOrSame{});
+}
+
+// Bit patterns in the order of the values.
+template <class V>
+MOX_INLINE SignedBits<V> ordered(V v) {
+  const SignedBits<V> bits = reinterpret_cast<SignedBits<V>>(v);
+  return bits < 0 ? bits ^ static_cast<ElementOf<SignedBits<V>>>(~kSignBitOf<V>) : bits;
+}
+template <class T>
+struct Raise {  // below the threshold
+  T thresh;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V t = broadcast<V>(thresh);
+    return ordered(v) < ordered(t) ? t : v;
+  }
+};
+template <class T>
+struct Lower {  // above the threshold
+  T thresh;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V t = broadcast<V>(thresh);
+    return ordered(v) > ordered(t) ? t : v;
+  }
+};
+template <class T>
+void raiseAll(const T* src, T* dst, size_t n, T thresh) {
+  mapUnary(src, dst, n, Raise<T>{thresh});
+}
+template <class T>
+void lowerAll(const T* src, T* dst, size_t n, T thresh) {
+  mapUnary(src, dst, n, Lower<T>{thresh});
+}
+
+// 1/x where |x| > thresh, else +-floor with the sign of x.
+template <class T>
+struct InverseOrFloor {
+  T thresh, floor;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const UnsignedBits<V> bits = reinterpret_cast<UnsignedBits<V>>(v), sign = bits & kSignBitOf<V>;
+    const V t = broadcast<V>(thresh), one = broadcast<V>(1);
+    const auto above = (bits ^ sign) > reinterpret_cast<UnsignedBits<V>>(t);
+    const V limit = reinterpret_cast<V>(reinterpret_cast<UnsignedBits<V>>(broadcast<V>(floor)) | sign);
+    return above ? one / (above ? v : one) : limit;  // no lane divides by zero
+  }
+};
+template <class T>
+void invertAll(const T* src, T* dst, size_t n, T thresh, T floor) {
+  mapUnary(src, dst, n, InverseOrFloor<T>{thresh, floor});
+}
+
+struct Magnitude {
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    return withoutSign(v);
+  }
+};
+template <class T>
+void absAll(const T* src, T* dst, size_t n) {
+  mapUnary(src, dst, n, Magnitude{});
+}
+
+// ---- complex, in float64: both places of a pair hold |x|^2
+
+template <class V>
+MOX_INLINE V squaredMagnitudes(V v) {
+  const V squares = v * v;
+  return squares + swapParts(squares);
+}
+
+template <class R, class Op>
+struct ComplexMap {
+  const R* a;
+  Op op;
+  template <class V>
+  MOX_INLINE V at(size_t i) const {
+    return op.of(wide(a + i, static_cast<V*>(nullptr)));
+  }
+};
+template <class R, class Op>
+MOX_INLINE void mapComplex(const R* src, R* dst, size_t n, const Op& op) {
+  multiplyAll(dst, 2 * n, ComplexMap<R, Op>{src, op});
+}
+
+// With -1 for all bits in even (Part 0) or odd (Part 1) places.
+template <class V, int Part>
+MOX_INLINE SignedBits<V> inPart() {
+  return Alternating<int64_t>(Part == 0 ? -1 : 0, Part == 0 ? 0 : -1).template vector<SignedBits<V>>();
+}
+
+// (sqrt(m/2 + re/2), +-sqrt(m/2 - re/2)), m = |x|; negative where im is, with -0.0 not.
+struct ComplexRoot {
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V half = squareRoot(squaredMagnitudes(v)) * 0.5, re = realParts(v) * 0.5;
+    const SignedBits<V> odd = inPart<V, 1>();
+    const V root = squareRoot(odd ? half - re : half + re);
+    const auto negative = odd & (reinterpret_cast<UnsignedBits<V>>(v) > kSignBitOf<V>);
+    return negative ? V{} - root : root;
+  }
+};
+template <class R>
+void rootComplex(const R* src, R* dst, size_t n) {
+  mapComplex(src, dst, n, ComplexRoot{});
+}
+
+// v scaled to magnitude t, where |v|^2 = square is not zero.
+template <class V>
+MOX_INLINE V scaledTo(V v, V square, double t) {
+  const V one = broadcast<V>(1);
+  return v * (broadcast<V>(t) / squareRoot(square == 0 ? one : square));
+}
+struct RaiseComplex {
+  double thresh;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V square = squaredMagnitudes(v);
+    const V ofZero = inPart<V, 0>() ? broadcast<V>(thresh) : v;
+    return square < thresh * thresh ? (square == 0 ? ofZero : scaledTo(v, square, thresh)) : v;
+  }
+};
+struct LowerComplex {
+  double thresh;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V square = squaredMagnitudes(v);
+    return square > thresh * thresh ? scaledTo(v, square, thresh) : v;
+  }
+};
+// conj(x) / |x|^2 where |x| > thresh, else conj(x) scaled to magnitude floor, (floor, 0) for zero.
+struct InverseOrFloorComplex {
+  double thresh, floor;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V square = squaredMagnitudes(v), one = broadcast<V>(1);
+    const V conj = reinterpret_cast<V>(reinterpret_cast<UnsignedBits<V>>(v) ^
+                                       (reinterpret_cast<UnsignedBits<V>>(inPart<V, 1>()) & kSignBitOf<V>));
+    const V ofZero = inPart<V, 0>() ? broadcast<V>(floor) : V{};
+    const V low = square == 0 ? ofZero : scaledTo(conj, square, floor);
+    return square > thresh * thresh ? conj * (one / (square == 0 ? one : square)) : low;
+  }
+};
+template <class R>
+void raiseComplex(const R* src, R* dst, size_t n, R thresh) {
+  mapComplex(src, dst, n, RaiseComplex{thresh});
+}
+template <class R>
+void lowerComplex(const R* src, R* dst, size_t n, R thresh) {
+  mapComplex(src, dst, n, LowerComplex{thresh});
+}
+template <class R>
+void invertComplex(const R* src, R* dst, size_t n, R thresh, R floor) {
+  mapComplex(src, dst, n, InverseOrFloorComplex{thresh, floor});
+}
+
+// ---- extremes
+
+struct Less {
+  template <class V>
+  MOX_INLINE static V of(V a, V b) {
+    return b < a ? b : a;
+  }
+};
+struct Greater {
+  template <class V>
+  MOX_INLINE static V of(V a, V b) {
+    return b > a ? b : a;
+  }
+};
+
+template <class V>
+struct Extremes {
+  V low, high;
+};
+
+// The least and the greatest of n words, n > 0.
+template <class U>
+MOX_INLINE Extremes<U> extremesOf(const U* p, size_t n) {
+  constexpr size_t N = kLanes<U>, kChains = 4;
+  using V = Vec<U, kLanes<U>>;
+  U low = loadOne(p), high = low;
+  size_t i = 0;
+  if (n >= N) {
+    V lows[kChains], highs[kChains];
+    for (size_t k = 0; k < kChains; ++k) lows[k] = highs[k] = load<V>(p + n - N);
+    for (; i + kChains * N <= n; i += kChains * N) {
+#pragma GCC unroll 4
+      for (size_t k = 0; k < kChains; ++k) {
+        const V v = load<V>(p + i + k * N);
+        lows[k] = Less::of(lows[k], v);
+        highs[k] = Greater::of(highs[k], v);
+      }
+    }
+    for (; i + N <= n; i += N) {
+      lows[0] = Less::of(lows[0], load<V>(p + i));
+      highs[0] = Greater::of(highs[0], load<V>(p + i));
+    }
+    const V least = Less::of(Less::of(lows[0], lows[1]), Less::of(lows[2], lows[3]));
+    const V greatest = Greater::of(Greater::of(highs[0], highs[1]), Greater::of(highs[2], highs[3]));
+    for (size_t k = 0; k < N; ++k) {
+      low = Less::of(low, least[k]);
+      high = Greater::of(high, greatest[k]);
+    }
+    return {low, high};
+  }
+  for (; i < n; ++i) {
+    low = Less::of(low, loadOne(p + i));
+    high = Greater::of(high, loadOne(p + i));
+  }
+  return {low, high};
+}
+
+// Of all-negative patterns the least as a signed number is the one nearest to zero.
+template <class T>
+T largest(const T* src, size_t n) {
+  using S = std::conditional_t<sizeof(T) == 4, int32_t, int64_t>;
+  const Extremes<S> e = extremesOf(reinterpret_cast<const S*>(src), n);
+  return __builtin_bit_cast(T, e.high >= 0 ? e.high : e.low);
+}
+// As unsigned numbers, negative patterns lie above the others, the farthest from zero on top.
+template <class T>
+T smallest(const T* src, size_t n) {
+  using U = BitsOf<T>;
+  const Extremes<U> e = extremesOf(reinterpret_cast<const U*>(src), n);
+  return __builtin_bit_cast(T, e.high >> (8 * sizeof(T) - 1) ? e.high : e.low);
+}
+int16_t largest16(const int16_t* src, size_t n) { return extremesOf(src, n).high; }
+int16_t smallest16(const int16_t* src, size_t n) { return extremesOf(src, n).low; }
+
+// ---- sums in float64: 32 lanes, element i in lane i mod 32, folded by halves
+
+constexpr size_t kSumLanes = 32;
+
+// Every addition's rounding error is kept (Knuth): lanes hold sum and error.
+struct CompensatedSum {
+  template <class V>
+  MOX_INLINE static void add(V& sum, V& error, V x) {
+    const V s = sum + x, part = s - sum;
+    error += (sum - (s - part)) + (x - part);
+    sum = s;
+  }
+};
+struct SquareSum {
+  template <class V>
+  MOX_INLINE static void add(V& sum, V&, V x) {
+    sum = fma(x, x, sum);
+  }
+};
+
+// hiLo = sum and what its roundings left; SquareSum leaves 0 there.
+template <class Sum, class T>
+void sumAll(const T* src, size_t n, double* hiLo) {
+  constexpr int kVectors = kSumLanes / kDotWidth;
+  double sums[kSumLanes], errors[kSumLanes];
+  DotVec s[kVectors] = {}, e[kVectors] = {};
+  size_t i = 0;
+  for (; i + kSumLanes <= n; i += kSumLanes) {
+#pragma GCC unroll 16
+    for (int v = 0; v < kVectors; ++v) Sum::add(s[v], e[v], widened(src + i + v * kDotWidth));
+  }
+#pragma GCC unroll 16
+  for (int v = 0; v < kVectors; ++v) {
+    store(sums + v * kDotWidth, s[v]);
+    store(errors + v * kDotWidth, e[v]);
+  }
+  for (size_t k = 0; i < n; ++i, ++k) Sum::add(sums[k], errors[k], double{src[i]});
+  for (size_t half = kSumLanes / 2; half > 0; half /= 2) {
+    for (size_t k = 0; k < half; ++k) {
+      CompensatedSum::add(sums[k], errors[k], sums[k + half]);
+      errors[k] += errors[k + half];
+    }
+  }
+  hiLo[0] = sums[0];
+  hiLo[1] = errors[0];
+}
+
+// ---- int16
+
+void sqrt16(const int16_t* src, int16_t* dst, size_t n) {
+  MOX_SAME_OR_APART
+  for (size_t i = 0; i < n; ++i) {
+    const int16_t x = src[i];
+    const float root = __builtin_sqrtf(static_cast<float>(x < 0 ? 0 : x));
+    dst[i] = x < 0 ? x : static_cast<int16_t>(static_cast<int32_t>(root));
+  }
+}
+
+template <class Order>
+void limit16(const int16_t* src, int16_t* dst, size_t n, int16_t thresh) {
+  mapAll<int16_t>(dst, n, PairMap<int16_t, Order>{src, {thresh, thresh}});
+}
+
+// |-32768| saturates.
+void abs16(const int16_t* src, int16_t* dst, size_t n) {
+  MOX_SAME_OR_APART
+  for (size_t i = 0; i < n; ++i) {
+    const int32_t x = src[i], size = x < 0 ? -x : x;
+    dst[i] = static_cast<int16_t>(size > 32767 ? 32767 : size);
+  }
+}
+
+int64_t sum16(const int16_t* src, size_t n) {
+  int64_t sum = 0;
+  for (size_t i = 0; i < n;) {
+    const size_t end = n - i > 32768 ? i + 32768 : n;  // fits in 31 bits
+    int32_t part = 0;
+    for (; i < end; ++i) part += src[i];
+    sum += part;
+  }
+  return sum;
+}
+uint64_t sumOfSquares16(const int16_t* src, size_t n) {
+  uint64_t sum = 0;
+  for (size_t i = 0; i < n; ++i) sum += static_cast<uint32_t>(src[i] * src[i]);
+  return sum;
+}
+
+template <class T>
+constexpr Elementwise<T> elementwiseKernels() {
+  return {
+      .sqrt = rootAll<T>,
+      .raise = raiseAll<T>,
+      .lower = lowerAll<T>,
+      .invert = invertAll<T>,
+      .abs = absAll<T>,
+      .sqrtComplex = rootComplex<T>,
+      .raiseComplex = raiseComplex<T>,
+      .lowerComplex = lowerComplex<T>,
+      .invertComplex = invertComplex<T>,
+      .largest = largest<T>,
+      .smallest = smallest<T>,
+      .sum = sumAll<CompensatedSum, T>,
+      .sumOfSquares = sumAll<SquareSum, T>,
+  };
+}
+constexpr Elementwise16 elementwise16Kernels() {
+  return {
+      .sqrt = sqrt16,
+      .raise = limit16<Greater>,
+      .lower = limit16<Less>,
+      .abs = abs16,
+      .largest = largest16,
+      .smallest = smallest16,
+      .sum = sum16,
+      .sumOfSquares = sumOfSquares16,
+  };
+}
