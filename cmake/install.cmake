@@ -1,5 +1,9 @@
 include(CMakePackageConfigHelpers)
-install(TARGETS moxa1 moxa1_static EXPORT moxa1Targets
+set(installed_targets moxa1)
+if(NOT WIN32)  # where the entry point, which the loader calls, makes the records
+  list(APPEND installed_targets moxa1_static)
+endif()
+install(TARGETS ${installed_targets} EXPORT moxa1Targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -15,4 +19,7 @@ if(NOT WIN32)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/moxa1.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 else()
   install(FILES moxa1.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  if(MOX_LLVM_DLLTOOL)
+    install(FILES ${CMAKE_BINARY_DIR}/moxa1.lib DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  endif()
 endif()
