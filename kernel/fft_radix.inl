@@ -305,13 +305,6 @@ MOX_INLINE void loadTransposed(const ElementOf<V>* const (&rows)[L], V (&x)[L]) 
   transpose(x);
 }
 #if MOX_VEC_BYTES >= 32
-// Inserting from memory leaves the port of the crossing shuffles free.
-MOX_INLINE Vec<double, 4> loadHalves(const double* low, const double* high) {
-  return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(low)), _mm_loadu_pd(high), 1);
-}
-MOX_INLINE Vec<float, 8> loadHalves(const float* low, const float* high) {
-  return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(low)), _mm_loadu_ps(high), 1);
-}
 template <>
 MOX_INLINE void loadTransposed(const double* const (&rows)[2], Vec<double, 4> (&x)[2]) {
   x[0] = loadHalves(rows[0], rows[1]);
@@ -337,14 +330,6 @@ MOX_INLINE void storeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
   for (int l = 0; l < L; ++l) store(rows[l], x[l]);
 }
 #if MOX_VEC_BYTES >= 32
-MOX_INLINE void storeHalves(Vec<double, 4> v, double* low, double* high) {
-  _mm_storeu_pd(low, _mm256_castpd256_pd128(v));
-  _mm_storeu_pd(high, _mm256_extractf128_pd(v, 1));
-}
-MOX_INLINE void storeHalves(Vec<float, 8> v, float* low, float* high) {
-  _mm_storeu_ps(low, _mm256_castps256_ps128(v));
-  _mm_storeu_ps(high, _mm256_extractf128_ps(v, 1));
-}
 template <>
 MOX_INLINE void storeTransposed(Vec<double, 4> (&x)[2], double* const (&rows)[2]) {
   storeHalves(x[0], rows[0], rows[1]);

@@ -318,25 +318,37 @@ MOX_INLINE Vec<float, 4> interleaved<Vec<float, 4>>(const float* re, const float
   return _mm_unpacklo_ps(r, i);
 }
 #if MOX_VEC_BYTES >= 32
+// Two halves from memory, or to it: that leaves the port of the crossing shuffles free.
+MOX_INLINE Vec<double, 4> loadHalves(const double* low, const double* high) {
+  return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(low)), _mm_loadu_pd(high), 1);
+}
+MOX_INLINE Vec<float, 8> loadHalves(const float* low, const float* high) {
+  return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(low)), _mm_loadu_ps(high), 1);
+}
+MOX_INLINE void storeHalves(Vec<double, 4> v, double* low, double* high) {
+  _mm_storeu_pd(low, _mm256_castpd256_pd128(v));
+  _mm_storeu_pd(high, _mm256_extractf128_pd(v, 1));
+}
+MOX_INLINE void storeHalves(Vec<float, 8> v, float* low, float* high) {
+  _mm_storeu_ps(low, _mm256_castps256_ps128(v));
+  _mm_storeu_ps(high, _mm256_extractf128_ps(v, 1));
+}
+
 template <>
 MOX_INLINE Vec<float, 8> interleaved<Vec<float, 8>>(const float* re, const float* im) {
-  const Vec<float, 4> r = load<Vec<float, 4>>(re), i = load<Vec<float, 4>>(im);
-  return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_unpacklo_ps(r, i)), _mm_unpackhi_ps(r, i), 1);
+  const Vec<float, 8> v = loadHalves(re, im);
+  return __builtin_shufflevector(v, v, 0, 4, 1, 5, 2, 6, 3, 7);
 }
 template <>
 MOX_INLINE Vec<double, 4> interleaved<Vec<double, 4>>(const double* re, const double* im) {
-  const Vec<double, 2> r = load<Vec<double, 2>>(re), i = load<Vec<double, 2>>(im);
-  return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_unpacklo_pd(r, i)), _mm_unpackhi_pd(r, i), 1);
+  const Vec<double, 4> v = loadHalves(re, im);
+  return __builtin_shufflevector(v, v, 0, 2, 1, 3);
 }
 MOX_INLINE void deinterleave(Vec<float, 8> v, float* re, float* im) {
-  const Vec<float, 4> low = _mm256_castps256_ps128(v), high = _mm256_extractf128_ps(v, 1);
-  store<Vec<float, 4>>(re, _mm_shuffle_ps(low, high, 0x88));
-  store<Vec<float, 4>>(im, _mm_shuffle_ps(low, high, 0xdd));
+  storeHalves(__builtin_shufflevector(v, v, 0, 2, 4, 6, 1, 3, 5, 7), re, im);
 }
 MOX_INLINE void deinterleave(Vec<double, 4> v, double* re, double* im) {
-  const Vec<double, 2> low = _mm256_castpd256_pd128(v), high = _mm256_extractf128_pd(v, 1);
-  store<Vec<double, 2>>(re, _mm_unpacklo_pd(low, high));
-  store<Vec<double, 2>>(im, _mm_unpackhi_pd(low, high));
+  storeHalves(__builtin_shufflevector(v, v, 0, 2, 1, 3), re, im);
 }
 #endif
 #if MOX_VEC_BYTES == 64
@@ -353,11 +365,13 @@ MOX_INLINE Vec<double, 8> interleaved<Vec<double, 8>>(const double* re, const do
   return __builtin_shufflevector(r, i, 0, 8, 1, 9, 2, 10, 3, 11);
 }
 MOX_INLINE void deinterleave(Vec<float, 16> v, float* re, float* im) {
-  store<Vec<float, 8>>(re, __builtin_shufflevector(v, v, 0, 2, 4, 6, 8, 10, 12, 14));
-  store<Vec<float, 8>>(im, __builtin_shufflevector(v, v, 1, 3, 5, 7, 9, 11, 13, 15));
+  const Vec<float, 16> w = __builtin_shufflevector(v, v, 0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
+  store<Vec<float, 8>>(re, __builtin_shufflevector(w, w, 0, 1, 2, 3, 4, 5, 6, 7));
+  store<Vec<float, 8>>(im, __builtin_shufflevector(w, w, 8, 9, 10, 11, 12, 13, 14, 15));
 }
 MOX_INLINE void deinterleave(Vec<double, 8> v, double* re, double* im) {
-  store<Vec<double, 4>>(re, __builtin_shufflevector(v, v, 0, 2, 4, 6));
-  store<Vec<double, 4>>(im, __builtin_shufflevector(v, v, 1, 3, 5, 7));
+  const Vec<double, 8> w = __builtin_shufflevector(v, v, 0, 2, 4, 6, 1, 3, 5, 7);
+  store<Vec<double, 4>>(re, __builtin_shufflevector(w, w, 0, 1, 2, 3));
+  store<Vec<double, 4>>(im, __builtin_shufflevector(w, w, 4, 5, 6, 7));
 }
 #endif
