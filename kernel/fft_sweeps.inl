@@ -1,47 +1,43 @@
 // Complex transforms of N = 2^order, large orders: two sweeps over memory, whatever N is.
 //
-// With S = kSweepLanes, N' = N / S = Na * Nb and
-//   n = j N' + r Nb + c    j < S, r < Na, c < Nb
-//   k = p + S (a + Na b)   p < S, a < Na, b < Nb
-// the sum over n splits into a sum over j (times w_N^(p (r Nb + c))), over r (times w_N'^(a c)) and over c.
-//
-// From the first sum on, the S values of p are the lanes of all vectors: an element is S complex values, real parts
-// first, 128 bytes. Everything but the first sum treats all lanes alike, its twiddles are single values, and the last
-// sum finds S neighbours of X in each element.
-//   Sweep A: per chunk of columns c, sums over j and r. x -> buffer -> scratch, Na rows of Nb elements and padding.
-//   Sweep B: per row a, sum over c. scratch row -> buffer -> X.
-// The sums over r and c are passes of radix 4 or 8, decimation in frequency, in place in a buffer that stays in cache;
-// digit reversal falls on the addresses of the last pass of each sweep. All sums but the first read (radix - 1)
-// twiddles per butterfly, (re, im) of w^p for p = 1 .. radix - 1.
+// With S = kSweepLanes, N / S = Na * Nb and
+//   n = j N/S + r Nb + c    j < S, r < Na, c < Nb
+//   k = p + S (a + Na b)    p < S, a < Na, b < Nb
+// the sum over n splits into one over j (outputs p), one over r (outputs a) and one over c (outputs b), with twiddles
+// between them. From the first sum on the S values of p stay together as an element of S complex values, 128 bytes, in
+// vector lanes: all other sums treat all lanes alike, so that their twiddles are single values, and the last one finds
+// S neighbours of X in each element.
+//   Sweep A, per chunk of columns c: sums over j and r. x -> buffer -> scratch, Na rows of Nb elements.
+//   Sweep B, per row a: sum over c. scratch row -> buffer -> X.
+// The sums over r and c are passes of radix 4 or 8, decimation in frequency, in a buffer that stays in cache; digit
+// reversal falls on the addresses of each sweep's last pass.
 //
 // S, the radices and the order of operations do not depend on the vector length: one order has one result.
 
 template <class T>
 constexpr int kSweepLanes = 64 / static_cast<int>(sizeof(T));
+// Reals of an element: per vector of W lanes the real parts, then the imaginary parts.
+template <class T>
+constexpr int kSweepElement = 2 * kSweepLanes<T>;
 template <class T>
 constexpr int kSweepVec = kLanes<T> < kSweepLanes<T> ? kLanes<T> : kSweepLanes<T>;
-template <class T>
-constexpr int kSweepElement = 2 * kSweepLanes<T>;  // reals
 
-// c - a*b
-template <class V>
-MOX_INLINE V sweepFnma(V a, V b, V c) {
-#if MOX_HAS_FMA
-  return fma(-a, b, c);
+// Whether the registers hold a butterfly of radix 8 (16 vectors) and its temporaries.
+#if MOX_VEC_BYTES == 64 && defined(__x86_64__)
+constexpr bool kSweepRoomy = true;
 #else
-  return c - a * b;
+constexpr bool kSweepRoomy = false;
 #endif
-}
-
-// (re, im) *= (wr, wi)
-template <class V>
-MOX_INLINE void sweepRotate(V& re, V& im, V wr, V wi) {
-  const V r = sweepFnma(im, wi, re * wr);
-  im = fma(im, wr, re * wi);
-  re = r;
-}
 
 // ---- Butterflies: natural order in and out. -------------------------------------------------------------------------
+
+// (re, im) *= (wr, wi), rounded alike when both are conjugated: inverse transforms exchange the parts.
+template <class V>
+MOX_INLINE void sweepRotate(V& re, V& im, V wr, V wi) {
+  const V r = fnma(im, wi, re * wr);
+  im = fma(re, wi, im * wr);
+  re = r;
+}
 
 template <class V>
 MOX_INLINE void sweepButterfly(V (&re)[4], V (&im)[4]) {
@@ -53,89 +49,138 @@ MOX_INLINE void sweepButterfly(V (&re)[4], V (&im)[4]) {
   re[3] = br - di, im[3] = bi + dr;
 }
 
+// Outputs 1, 3, 5, 7 of radix 8 from the differences d[k] = x[k] - x[k+4].
 template <class V>
-MOX_INLINE void sweepButterfly(V (&re)[8], V (&im)[8]) {
+MOX_INLINE void sweepOdd(V (&re)[4], V (&im)[4]) {
   using T = ElementOf<V>;
   const V half = broadcast<V>(static_cast<T>(0.70710678118654752440L));
-  V evenRe[4], evenIm[4], dr[4], di[4];
-#pragma GCC unroll 4
-  for (int k = 0; k < 4; ++k) {
-    evenRe[k] = re[k] + re[k + 4], evenIm[k] = im[k] + im[k + 4];
-    dr[k] = re[k] - re[k + 4], di[k] = im[k] - im[k + 4];
-  }
-  sweepButterfly(evenRe, evenIm);
-#pragma GCC unroll 4
-  for (int k = 0; k < 4; ++k) re[2 * k] = evenRe[k], im[2 * k] = evenIm[k];
-  // u, v = d0 -+ i d2;  A, B = (d1 - d3) -+ i (d1 + d3)
-  const V ur = dr[0] + di[2], ui = di[0] - dr[2], vr = dr[0] - di[2], vi = di[0] + dr[2];
-  const V sr = dr[1] - dr[3], si = di[1] - di[3], tr = dr[1] + dr[3], ti = di[1] + di[3];
+  // u, v = d0 -+ i d2;  a, b = (d1 - d3) -+ i (d1 + d3)
+  const V sr = re[1] - re[3], si = im[1] - im[3], tr = re[1] + re[3], ti = im[1] + im[3];
   const V ar = sr + ti, ai = si - tr, br = sr - ti, bi = si + tr;
-  re[1] = fma(half, ar, ur), im[1] = fma(half, ai, ui);
-  re[5] = sweepFnma(half, ar, ur), im[5] = sweepFnma(half, ai, ui);
-  re[3] = sweepFnma(half, br, vr), im[3] = sweepFnma(half, bi, vi);
-  re[7] = fma(half, br, vr), im[7] = fma(half, bi, vi);
+  const V ur = re[0] + im[2], ui = im[0] - re[2], vr = re[0] - im[2], vi = im[0] + re[2];
+  re[0] = fma(half, ar, ur), im[0] = fma(half, ai, ui);
+  re[1] = fnma(br, half, vr), im[1] = fnma(bi, half, vi);
+  re[2] = fnma(ar, half, ur), im[2] = fnma(ai, half, ui);
+  re[3] = fma(half, br, vr), im[3] = fma(half, bi, vi);
 }
 
-// 4 x 4. The inner twiddles with equal parts enter the second stage as sums, the factor inside its last fma.
+// Keeps v in memory when registers are short. Left alone, GCC spills and reloads three times as much.
 template <class V>
-MOX_INLINE void sweepButterfly(V (&re)[16], V (&im)[16]) {
-  using T = ElementOf<V>;
-  const V half = broadcast<V>(static_cast<T>(0.70710678118654752440L));
-  const V c1 = broadcast<V>(static_cast<T>(0.92387953251128675613L));
-  const V s1 = broadcast<V>(static_cast<T>(0.38268343236508977173L));
-  V yr[4][4], yi[4][4];  // [output of stage 1][column]
-#pragma GCC unroll 4
-  for (int k = 0; k < 4; ++k) {
-    V r[4], i[4];
-#pragma GCC unroll 4
-    for (int j = 0; j < 4; ++j) r[j] = re[k + 4 * j], i[j] = im[k + 4 * j];
-    sweepButterfly(r, i);
-#pragma GCC unroll 4
-    for (int p = 0; p < 4; ++p) yr[p][k] = r[p], yi[p][k] = i[p];
-  }
-  sweepRotate(yr[1][1], yi[1][1], c1, -s1);
-  sweepRotate(yr[1][3], yi[1][3], s1, -c1);
-  sweepRotate(yr[3][1], yi[3][1], s1, -c1);
-  sweepRotate(yr[3][3], yi[3][3], -c1, s1);
-  {
-    V r[4], i[4];
-#pragma GCC unroll 4
-    for (int k = 0; k < 4; ++k) r[k] = yr[0][k], i[k] = yi[0][k];
-    sweepButterfly(r, i);
-#pragma GCC unroll 4
-    for (int q = 0; q < 4; ++q) re[4 * q] = r[q], im[4 * q] = i[q];
-  }
-  {  // y2 half (1 - i)
-    const V tr = yr[1][2] + yi[1][2], ti = yi[1][2] - yr[1][2];
-    const V ar = fma(half, tr, yr[1][0]), ai = fma(half, ti, yi[1][0]);
-    const V br = sweepFnma(half, tr, yr[1][0]), bi = sweepFnma(half, ti, yi[1][0]);
-    const V cr = yr[1][1] + yr[1][3], ci = yi[1][1] + yi[1][3], dr = yr[1][1] - yr[1][3], di = yi[1][1] - yi[1][3];
-    re[1] = ar + cr, im[1] = ai + ci;
-    re[5] = br + di, im[5] = bi - dr;
-    re[9] = ar - cr, im[9] = ai - ci;
-    re[13] = br - di, im[13] = bi + dr;
-  }
-  {  // y2 (-i), y1 half (1 - i), y3 half (-1 - i)
-    const V ar = yr[2][0] + yi[2][2], ai = yi[2][0] - yr[2][2], br = yr[2][0] - yi[2][2], bi = yi[2][0] + yr[2][2];
-    const V er = yr[2][1] + yi[2][1], ei = yi[2][1] - yr[2][1];
-    const V fr = yi[2][3] - yr[2][3], fi = yi[2][3] + yr[2][3];  // conj of the third product
-    const V cr = er + fr, ci = ei - fi, dr = er - fr, di = ei + fi;
-    re[2] = fma(half, cr, ar), im[2] = fma(half, ci, ai);
-    re[6] = fma(half, di, br), im[6] = sweepFnma(half, dr, bi);
-    re[10] = sweepFnma(half, cr, ar), im[10] = sweepFnma(half, ci, ai);
-    re[14] = sweepFnma(half, di, br), im[14] = fma(half, dr, bi);
-  }
-  {  // y2 half (-1 - i)
-    const V tr = yi[3][2] - yr[3][2], ti = yr[3][2] + yi[3][2];
-    const V ar = fma(half, tr, yr[3][0]), ai = sweepFnma(half, ti, yi[3][0]);
-    const V br = sweepFnma(half, tr, yr[3][0]), bi = fma(half, ti, yi[3][0]);
-    const V cr = yr[3][1] + yr[3][3], ci = yi[3][1] + yi[3][3], dr = yr[3][1] - yr[3][3], di = yi[3][1] - yi[3][3];
-    re[3] = ar + cr, im[3] = ai + ci;
-    re[7] = br + di, im[7] = bi - dr;
-    re[11] = ar - cr, im[11] = ai - ci;
-    re[15] = br - di, im[15] = bi + dr;
-  }
+MOX_INLINE void sweepPark([[maybe_unused]] V& v) {
+  if constexpr (!kSweepRoomy) asm volatile("" : "+m"(v));
 }
+
+// One butterfly, inputs from source(j, re, im), outputs to sink(p, re, im). `apart` says that no output overwrites an
+// input.
+template <int R, bool apart>
+struct SweepRadix;
+
+template <bool apart>
+struct SweepRadix<4, apart> {
+  template <class V, class Source, class Sink>
+  static MOX_INLINE void run(const Source& source, const Sink& sink) {
+    V re[4], im[4];
+#pragma GCC unroll 4
+    for (int j = 0; j < 4; ++j) source(j, re[j], im[j]);
+    sweepButterfly(re, im);
+#pragma GCC unroll 4
+    for (int p = 0; p < 4; ++p) sink(p, re[p], im[p]);
+  }
+};
+
+template <bool apart>
+struct SweepRadix<8, apart> {
+  template <class V, class Source, class Sink>
+  static MOX_INLINE void run(const Source& source, const Sink& sink) {
+    constexpr bool again = apart && !kSweepRoomy;  // reading the inputs twice beats parking the differences
+    V re[4], im[4], difference[4][2];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      V ar, ai, br, bi;
+      source(k, ar, ai);
+      source(k + 4, br, bi);
+      re[k] = ar + br, im[k] = ai + bi;
+      if constexpr (!again) difference[k][0] = ar - br, difference[k][1] = ai - bi;
+    }
+    if constexpr (!again) sweepPark(difference);
+    sweepButterfly(re, im);
+#pragma GCC unroll 4
+    for (int p = 0; p < 4; ++p) sink(2 * p, re[p], im[p]);
+    if constexpr (again) asm volatile("" : : : "memory");
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      if constexpr (again) {
+        V ar, ai, br, bi;
+        source(k, ar, ai);
+        source(k + 4, br, bi);
+        re[k] = ar - br, im[k] = ai - bi;
+      } else {
+        re[k] = difference[k][0], im[k] = difference[k][1];
+      }
+    }
+    sweepOdd(re, im);
+#pragma GCC unroll 4
+    for (int p = 0; p < 4; ++p) sink(2 * p + 1, re[p], im[p]);
+  }
+};
+
+// 4 x 4. The inner twiddles with equal parts enter the second stage as sums, their factor inside its last fma.
+template <bool apart>
+struct SweepRadix<16, apart> {
+  template <class V, class Source, class Sink>
+  static MOX_INLINE void run(const Source& source, const Sink& sink) {
+    using T = ElementOf<V>;
+    V y[4][4][2];  // [output of the first stage][column][re, im]
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      V re[4], im[4];
+#pragma GCC unroll 4
+      for (int j = 0; j < 4; ++j) source(k + 4 * j, re[j], im[j]);
+      sweepButterfly(re, im);
+      const V c = broadcast<V>(static_cast<T>(0.92387953251128675613L));
+      const V s = broadcast<V>(static_cast<T>(0.38268343236508977173L));
+      if (k == 1) {
+        sweepRotate(re[1], im[1], c, -s);
+        sweepRotate(re[3], im[3], s, -c);
+      } else if (k == 3) {
+        sweepRotate(re[1], im[1], s, -c);
+        sweepRotate(re[3], im[3], -c, s);
+      }
+#pragma GCC unroll 4
+      for (int p = 0; p < 4; ++p) y[p][k][0] = re[p], y[p][k][1] = im[p];
+    }
+    sweepPark(y);
+    const V half = broadcast<V>(static_cast<T>(0.70710678118654752440L));
+#pragma GCC unroll 4
+    for (int p = 0; p < 4; ++p) {
+      V re[4], im[4];
+#pragma GCC unroll 4
+      for (int k = 0; k < 4; ++k) re[k] = y[p][k][0], im[k] = y[p][k][1];
+      if (p == 0) {
+        sweepButterfly(re, im);
+      } else if (p == 2) {  // y1 half (1 - i), y2 (-i), y3 half (-1 - i)
+        const V ar = re[0] + im[2], ai = im[0] - re[2], br = re[0] - im[2], bi = im[0] + re[2];
+        const V er = re[1] + im[1], ei = im[1] - re[1], fr = im[3] - re[3], fi = im[3] + re[3];
+        const V cr = er + fr, ci = ei - fi, dr = er - fr, di = ei + fi;
+        re[0] = fma(half, cr, ar), im[0] = fma(half, ci, ai);
+        re[1] = fma(half, di, br), im[1] = fnma(dr, half, bi);
+        re[2] = fnma(cr, half, ar), im[2] = fnma(ci, half, ai);
+        re[3] = fnma(di, half, br), im[3] = fma(half, dr, bi);
+      } else {  // y2 half (1 - i) for p = 1, half (-1 - i) for p = 3
+        const V tr = p == 1 ? re[2] + im[2] : im[2] - re[2], ti = p == 1 ? im[2] - re[2] : -(re[2] + im[2]);
+        const V ar = fma(half, tr, re[0]), ai = fma(half, ti, im[0]);
+        const V br = fnma(tr, half, re[0]), bi = fnma(ti, half, im[0]);
+        const V cr = re[1] + re[3], ci = im[1] + im[3], dr = re[1] - re[3], di = im[1] - im[3];
+        re[0] = ar + cr, im[0] = ai + ci;
+        re[1] = br + di, im[1] = bi - dr;
+        re[2] = ar - cr, im[2] = ai - ci;
+        re[3] = br - di, im[3] = bi + dr;
+      }
+#pragma GCC unroll 4
+      for (int q = 0; q < 4; ++q) sink(p + 4 * q, re[q], im[q]);
+    }
+  }
+};
 
 // ---- Shuffles. ------------------------------------------------------------------------------------------------------
 
@@ -193,7 +238,12 @@ struct SweepShuffle {
 
 template <class Index, class V, int... I>
 MOX_INLINE V sweepShuffle(V a, V b, std::integer_sequence<int, I...>) {
-  return __builtin_shufflevector(a, b, Index::at(I)...);
+  if constexpr (sizeof(a[0]) == 8 && sizeof(V) <= 32) {  // integer shuffles have more ports than those of doubles
+    using Bits = Vec<int64_t, sizeof...(I)>;
+    return (V)__builtin_shufflevector((Bits)a, (Bits)b, Index::at(I)...);
+  } else {
+    return __builtin_shufflevector(a, b, Index::at(I)...);
+  }
 }
 template <class Index, class V>
 MOX_INLINE V sweepShuffle(V a, V b) {
@@ -206,6 +256,13 @@ MOX_INLINE void sweepExchange(V& a, V& b) {
   const V t = sweepShuffle<First>(a, b);
   b = sweepShuffle<Second>(a, b);
   a = t;
+}
+
+template <class V>
+MOX_INLINE void sweepSwap(V& a, V& b) {
+  const V t = a;
+  a = b;
+  b = t;
 }
 
 // v[i] lane j <- v[j] lane i
@@ -224,45 +281,72 @@ MOX_INLINE void sweepTranspose(V (&v)[W]) {
       sweepExchange<typename Shuffle::template Halves<0>, typename Shuffle::template Halves<1>>(v2, v3);
       sweepExchange<typename Shuffle::template Blocks<0>, typename Shuffle::template Blocks<1>>(v0, v2);
       sweepExchange<typename Shuffle::template Blocks<0>, typename Shuffle::template Blocks<1>>(v1, v3);
-      const V t = v1;
-      v1 = v2;
-      v2 = t;
+      sweepSwap(v1, v2);
     }
   }
   // Then inside the blocks.
 #pragma GCC unroll 4
   for (int i = 0; i < W; i += K) {
-    if constexpr (K == 2) {
-      sweepExchange<typename Shuffle::template Zip<1, 0>, typename Shuffle::template Zip<1, 1>>(v[i], v[i + 1]);
-    } else {
-      sweepExchange<typename Shuffle::template Zip<1, 0>, typename Shuffle::template Zip<1, 1>>(v[i], v[i + 1]);
-      sweepExchange<typename Shuffle::template Zip<1, 0>, typename Shuffle::template Zip<1, 1>>(v[i + 2], v[i + 3]);
-      sweepExchange<typename Shuffle::template Zip<2, 0>, typename Shuffle::template Zip<2, 1>>(v[i], v[i + 2]);
-      sweepExchange<typename Shuffle::template Zip<2, 0>, typename Shuffle::template Zip<2, 1>>(v[i + 1], v[i + 3]);
-      const V t = v[i + 1];
-      v[i + 1] = v[i + 2];
-      v[i + 2] = t;
+    using Low = typename Shuffle::template Zip<1, 0>;
+    using High = typename Shuffle::template Zip<1, 1>;
+    sweepExchange<Low, High>(v[i], v[i + 1]);
+    if constexpr (K == 4) {
+      using LowPair = typename Shuffle::template Zip<2, 0>;
+      using HighPair = typename Shuffle::template Zip<2, 1>;
+      sweepExchange<Low, High>(v[i + 2], v[i + 3]);
+      sweepExchange<LowPair, HighPair>(v[i], v[i + 2]);
+      sweepExchange<LowPair, HighPair>(v[i + 1], v[i + 3]);
+      sweepSwap(v[i + 1], v[i + 2]);
     }
   }
 }
 
 // ---- Where x comes from and X goes to: W values at index i, lanes in the order of sweepLane. ------------------------
 
+// store(p, v), or past the caches: p is then a multiple of sizeof(V). Streamed values are ordered by a fence.
+template <bool streamed, class V>
+MOX_INLINE void sweepStore(ElementOf<V>* p, V v) {
+  if constexpr (!streamed) {
+    store(p, v);
+  } else if constexpr (sizeof(V) == 16) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), (__m128i)v);
+#if MOX_VEC_BYTES >= 32
+  } else if constexpr (sizeof(V) == 32) {
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), (__m256i)v);
+#endif
+#if MOX_VEC_BYTES == 64
+  } else {
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(p), (__m512i)v);
+#endif
+  }
+}
+
+inline bool sweepAligned(const void* p) { return reinterpret_cast<uintptr_t>(p) % kVecBytes == 0; }
+
 template <class T>
 struct SweepForward {
   const T* in;
   T* out;
 
+  // Whether write<true> may be called.
+  bool streams() const { return sweepAligned(out); }
+
+  MOX_INLINE void prefetch(size_t i) const {
+    constexpr size_t line = 64 / sizeof(T);
+    __builtin_prefetch(in + 2 * i);
+    if (2 * kSweepVec < T >> line) __builtin_prefetch(in + 2 * i + line);
+  }
   template <class V>
   MOX_INLINE void read(size_t i, V& re, V& im) const {
     const V a = load<V>(in + 2 * i), b = load<V>(in + 2 * i + kSweepVec<T>);
     re = sweepShuffle<typename SweepShuffle<T>::template Unzip<0>>(a, b);
     im = sweepShuffle<typename SweepShuffle<T>::template Unzip<1>>(a, b);
   }
-  template <class V>
+  template <bool streamed, class V>
   MOX_INLINE void write(size_t i, V re, V im) const {
-    store(out + 2 * i, sweepShuffle<typename SweepShuffle<T>::template Zip<1, 0>>(re, im));
-    store(out + 2 * i + kSweepVec<T>, sweepShuffle<typename SweepShuffle<T>::template Zip<1, 1>>(re, im));
+    sweepStore<streamed>(out + 2 * i, sweepShuffle<typename SweepShuffle<T>::template Zip<1, 0>>(re, im));
+    sweepStore<streamed>(out + 2 * i + kSweepVec<T>,
+                         sweepShuffle<typename SweepShuffle<T>::template Zip<1, 1>>(re, im));
   }
 };
 
@@ -272,14 +356,17 @@ struct SweepInverse {
   SweepForward<T> io;
   T scale;
 
+  bool streams() const { return io.streams(); }
+
+  MOX_INLINE void prefetch(size_t i) const { io.prefetch(i); }
   template <class V>
   MOX_INLINE void read(size_t i, V& re, V& im) const {
     io.read(i, im, re);
   }
-  template <class V>
+  template <bool streamed, class V>
   MOX_INLINE void write(size_t i, V re, V im) const {
     const V factor = broadcast<V>(scale);
-    io.write(i, im * factor, re * factor);
+    io.template write<streamed>(i, im * factor, re * factor);
   }
 };
 
@@ -289,6 +376,13 @@ struct SweepSplit {
   T *outRe, *outIm;
   T scale;
 
+  // Shorter vectors than cache lines would leave too many lines half written.
+  bool streams() const { return kVecBytes == 64 && sweepAligned(outRe) && sweepAligned(outIm); }
+
+  MOX_INLINE void prefetch(size_t i) const {
+    __builtin_prefetch(inRe + i);
+    __builtin_prefetch(inIm + i);
+  }
   template <class V>
   MOX_INLINE void read(size_t i, V& re, V& im) const {
     using Order = typename SweepShuffle<T>::Permute;
@@ -296,30 +390,31 @@ struct SweepSplit {
     re = sweepShuffle<Order>(a, a);
     im = sweepShuffle<Order>(b, b);
   }
-  template <class V>
+  template <bool streamed, class V>
   MOX_INLINE void write(size_t i, V re, V im) const {
     using Order = typename SweepShuffle<T>::Restore;
     const V factor = broadcast<V>(scale);
-    store(outRe + i, sweepShuffle<Order>(re, re) * factor);
-    store(outIm + i, sweepShuffle<Order>(im, im) * factor);
+    sweepStore<streamed>(outRe + i, sweepShuffle<Order>(re, re) * factor);
+    sweepStore<streamed>(outIm + i, sweepShuffle<Order>(im, im) * factor);
   }
 };
 
 // ---- Plan and table. ------------------------------------------------------------------------------------------------
 
 struct SweepPlan {
-  int order;
-  int rowBits, columnBits;  // Na = 2^rowBits, Nb = 2^columnBits
-  int chunk;                // columns of a chunk of sweep A
-  int group;                // rows that sweep B finishes together
-  int padding;              // elements between the rows of the scratch
-  bool product;             // first twiddles as the product of one value per S columns and one per lane
+  int order, rowBits, columnBits;  // Na = 2^rowBits, Nb = 2^columnBits
+  int chunk;                       // columns of a chunk of sweep A
+  // The twiddles of the first sum: one vector each; or, where those would leave the cache, the product of a value per S
+  // columns and a vector of few.
+  bool product;
+  bool streamScratch, streamOut;  // arrays that no cache holds until they are read again
   // Offsets into the table, in reals.
   uint64_t lanes, first, rows, columns, rowDigits, columnDigits, buffer, scratch, total;
 
   constexpr size_t rowCount() const { return size_t{1} << rowBits; }
   constexpr size_t columnCount() const { return size_t{1} << columnBits; }
-  constexpr uint64_t pitch() const { return (uint64_t{1} << columnBits) + static_cast<uint64_t>(padding); }
+  // A power of two would map whole columns of the scratch to few cache sets.
+  constexpr size_t pitch() const { return columnCount() + 1; }
 
   // Room for that many reals, a whole number of cache lines.
   constexpr uint64_t take(uint64_t reals, uint64_t perLine) {
@@ -332,20 +427,23 @@ struct SweepPlan {
 // Radix, as its logarithm, of the next pass when `bits` are left: 8, after as many 4 as it takes. `bits` is not 1.
 constexpr int sweepRadixBits(int bits) { return bits % 3 == 0 ? 3 : 2; }
 
+// order >= 12
 template <class T>
 constexpr SweepPlan sweepPlan(int order) {
-  constexpr uint64_t lanes = kSweepLanes<T>, element = kSweepElement<T>;
-  SweepPlan plan{};
+  constexpr uint64_t lanes = kSweepLanes<T>, element = kSweepElement<T>, line = 64 / sizeof(T);
+  const uint64_t bytes = (uint64_t{1} << order) * 2 * sizeof(T);
   const int bits = order - (lanes == 16 ? 4 : 3);
+  SweepPlan plan{};
   plan.order = order;
-  plan.rowBits = bits < 8 ? 0 : bits / 2;
+  plan.rowBits = order > 14 ? bits / 2 : bits < 10 ? 3 : lanes == 16 ? 3 : 4;
   plan.columnBits = bits - plan.rowBits;
-  plan.chunk = 16;
-  plan.group = 1;
-  plan.padding = 1;
-  plan.product = order >= 18;  // the full table leaves the cache and costs more than the products
+  plan.chunk = order > 14 ? 16 : kSweepLanes<T>;
+  plan.product = bytes >= 512 << 10;
+  plan.streamOut = bytes >= 8 << 20;
+  plan.streamScratch = bytes >= 16 << 20;
 
   const uint64_t rows = uint64_t{1} << plan.rowBits, columns = uint64_t{1} << plan.columnBits;
+  const uint64_t perChunk = rows * static_cast<uint64_t>(plan.chunk);
   uint64_t rowTwiddles = 0, columnTwiddles = 0;
   for (int left = plan.rowBits; left > 0; left -= sweepRadixBits(left)) {
     rowTwiddles += ((uint64_t{1} << left) - (uint64_t{1} << (left - sweepRadixBits(left)))) * columns;
@@ -353,35 +451,15 @@ constexpr SweepPlan sweepPlan(int order) {
   for (int left = plan.columnBits; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
     columnTwiddles += (uint64_t{1} << left) - (uint64_t{1} << (left - sweepRadixBits(left)));
   }
-  const uint64_t perChunk = rows * static_cast<uint64_t>(plan.chunk),
-                 perGroup = columns * static_cast<uint64_t>(plan.group);
-  const uint64_t line = 64 / sizeof(T);
   plan.lanes = plan.take(plan.product ? element * (lanes - 1) : 0, line);
   plan.first = plan.take(2 * (lanes - 1) * rows * columns / (plan.product ? lanes : 1), line);
   plan.rows = plan.take(2 * rowTwiddles, line);
   plan.columns = plan.take(2 * columnTwiddles, line);
   plan.rowDigits = plan.take(rows, line);
   plan.columnDigits = plan.take(columns, line);
-  plan.buffer = plan.take(element * (perChunk > perGroup ? perChunk : perGroup), line);
-  plan.scratch = plan.take(element * rows * plan.pitch(), line);
+  plan.buffer = plan.take(element * (perChunk > columns ? perChunk : columns), line);
+  plan.scratch = plan.take(element * rows * (columns + 1), line);
   return plan;
-}
-
-// X index of each group of elements that the last pass over 2^bits elements takes together: the digits reversed.
-inline void sweepDigits(int bits, uint32_t* digits) {
-  digits[0] = 0;
-  uint32_t count = 1;
-  int done = 0;
-  for (int left = bits; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
-    // Digit t of this pass has weight 2^done in the result and comes below all earlier ones in the position.
-    const uint32_t radix = uint32_t{1} << sweepRadixBits(left);
-    for (uint32_t k = count; k-- > 0;) {
-      const uint32_t high = digits[k];
-      for (uint32_t t = 0; t < radix; ++t) digits[k * radix + t] = high + (t << done);
-    }
-    count *= radix;
-    done += sweepRadixBits(left);
-  }
 }
 
 template <class T>
@@ -390,38 +468,72 @@ constexpr uint64_t sweepTableBytes(int order) {
 }
 
 template <class T>
+MOX_INLINE T* sweepAt(T* table, uint64_t offset) {
+  return table + static_cast<size_t>(offset);
+}
+
+template <class T>
+MOX_INLINE uint32_t* sweepDigitsAt(T* table, uint64_t offset) {
+  return reinterpret_cast<uint32_t*>(sweepAt(table, offset));
+}
+
+// Output index of the first of the elements that the last pass over 2^bits elements takes together, for each such
+// group: its digits reversed.
+inline void sweepDigits(int bits, uint32_t* digits) {
+  digits[0] = 0;
+  uint32_t count = 1;
+  int done = 0;
+  for (int left = bits; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
+    const uint32_t radix = uint32_t{1} << sweepRadixBits(left);
+    for (uint32_t k = count; k-- > 0;) {
+      const uint32_t earlier = digits[k];
+      for (uint32_t t = 0; t < radix; ++t) digits[k * radix + t] = earlier + (t << done);
+    }
+    count *= radix;
+    done += sweepRadixBits(left);
+  }
+}
+
+// to[part][re, im][lane] = root^(p (n + column of the lane)), p = 1 .. S - 1
+template <class T>
+void sweepLaneTwiddles(const Roots& roots, uint64_t n, T* to) {
+  constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
+  for (uint64_t p = 1; p < S; ++p, to += 2 * S) {
+    for (int part = 0; part < S; part += W) {
+      for (int lane = 0; lane < W; ++lane) {
+        T w[2];
+        roots.store<T>(p * (n + static_cast<uint64_t>(part + sweepLane<T>(lane))), w);
+        to[2 * part + lane] = w[0];
+        to[2 * part + lane + W] = w[1];
+      }
+    }
+  }
+}
+
+template <class T>
 void sweepBuild(int order, const Roots& roots, T* table) {
   const SweepPlan plan = sweepPlan<T>(order);
-  constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
+  constexpr uint64_t S = kSweepLanes<T>;
   const uint64_t rows = plan.rowCount(), columns = plan.columnCount(), chunk = static_cast<uint64_t>(plan.chunk);
-  const auto at = [table](uint64_t offset) { return table + static_cast<size_t>(offset); };
 
-  // [p - 1][re, im][lane]: w_N^(p (n + the lane's column))
-  T* to = at(plan.product ? plan.lanes : plan.first);
-  T* coarse = at(plan.first);
+  // All tables stand in the order in which they are read.
+  if (plan.product) sweepLaneTwiddles(roots, 0, sweepAt(table, plan.lanes));
+  T* to = sweepAt(table, plan.first);
   for (uint64_t c0 = 0; c0 < columns; c0 += chunk) {
     for (uint64_t r = 0; r < rows; ++r) {
       for (uint64_t c = c0; c < c0 + chunk; c += S) {
         const uint64_t n = r * columns + c;
-        for (uint64_t p = 1; p < S; ++p) {
-          if (plan.product) {
-            roots.store<T>(p * n, coarse);
-            coarse += 2;
-            if (n > 0) continue;
-          }
-          for (int lane = 0; lane < S; ++lane) {
-            T w[2];
-            roots.store<T>(p * (n + static_cast<uint64_t>(lane / W * W + sweepLane<T>(lane % W))), w);
-            to[lane] = w[0];
-            to[S + lane] = w[1];
-          }
-          to += 2 * S;
+        if (plan.product) {
+          for (uint64_t p = 1; p < S; ++p, to += 2) roots.store<T>(p * n, to);
+        } else {
+          sweepLaneTwiddles(roots, n, to);
+          to += 2 * S * (S - 1);
         }
       }
     }
   }
-  // Block length 2^left over the rows is 2^left * columns over n'; the root of that order has step N / it.
-  to = at(plan.rows);
+  // A block of 2^left rows is a block of 2^(left + columnBits) values.
+  to = sweepAt(table, plan.rows);
   for (uint64_t c0 = 0; c0 < columns; c0 += chunk) {
     for (int left = plan.rowBits; left > 0; left -= sweepRadixBits(left)) {
       const uint64_t step = uint64_t{1} << (order - left - plan.columnBits);
@@ -433,39 +545,62 @@ void sweepBuild(int order, const Roots& roots, T* table) {
       }
     }
   }
-  to = at(plan.columns);
+  to = sweepAt(table, plan.columns);
   for (int left = plan.columnBits; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
     const uint64_t step = uint64_t{1} << (order - left), radix = uint64_t{1} << sweepRadixBits(left);
     for (uint64_t c = 0; c < (uint64_t{1} << left) / radix; ++c) {
       for (uint64_t p = 1; p < radix; ++p, to += 2) roots.store<T>(step * p * c, to);
     }
   }
-  sweepDigits(plan.rowBits, reinterpret_cast<uint32_t*>(at(plan.rowDigits)));
-  sweepDigits(plan.columnBits, reinterpret_cast<uint32_t*>(at(plan.columnDigits)));
+  sweepDigits(plan.rowBits, sweepDigitsAt(table, plan.rowDigits));
+  sweepDigits(plan.columnBits, sweepDigitsAt(table, plan.columnDigits));
 }
 
-// ---- The passes. ----------------------------------------------------------------------------------------------------
+// ---- The sum over j. ------------------------------------------------------------------------------------------------
 
-// Columns n .. n + count - 1 of the sum over j, N' = `step` apart: elements out[0 .. count-1].
+template <class T, class V, bool product, class Io>
+struct SweepColumnSource {
+  const Io& io;
+  size_t n, step, ahead;
+
+  MOX_INLINE void operator()(int j, V& re, V& im) const {
+    const size_t i = n + static_cast<size_t>(j) * step;
+    io.read(i, re, im);
+    if (product) io.prefetch(i + ahead);  // nearer than the third cache it costs more than it gains
+  }
+};
+
+template <class T, class V, bool product>
+struct SweepColumnSink {
+  V (&re)[kSweepLanes<T>];
+  V (&im)[kSweepLanes<T>];
+  const T *vectors, *values;
+
+  MOX_INLINE void operator()(int p, V r, V i) const {
+    if (p > 0) {
+      const T* w = vectors + (p - 1) * kSweepElement<T>;
+      sweepRotate(r, i, load<V>(w), load<V>(w + kSweepVec<T>));
+      if (product) sweepRotate(r, i, broadcast<V>(values[2 * p - 2]), broadcast<V>(values[2 * p - 1]));
+    }
+    re[p] = r;
+    im[p] = i;
+  }
+};
+
+// Columns n .. n + count - 1, with inputs `step` values apart, to elements out[0 .. count-1]. The next call's inputs
+// are `ahead` values away.
 template <class T, bool product, class Io>
-MOX_NOINLINE void sweepFirst(const Io& io, size_t n, size_t step, size_t count, T* out, const T* twiddle,
-                             const T* lanes) {
+MOX_NOINLINE void sweepFirst(const Io& given, size_t n, size_t step, size_t count, size_t ahead, T* out,
+                             const T* twiddle, const T* lanes) {
   constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
   using V = Vec<T, W>;
+  const Io io = given;
   for (size_t c = 0; c < count; c += W, n += W, out += W * kSweepElement<T>) {
-    V re[S], im[S];
-#pragma GCC unroll 16
-    for (int j = 0; j < S; ++j) io.read(n + static_cast<size_t>(j) * step, re[j], im[j]);
-    sweepButterfly(re, im);
     const size_t part = c % S;
-    const T* w = product ? lanes : twiddle;
-#pragma GCC unroll 16
-    for (int p = 1; p < S; ++p) {
-      sweepRotate(re[p], im[p], load<V>(w + (p - 1) * 2 * S + part), load<V>(w + (p - 1) * 2 * S + S + part));
-      if (product) {
-        sweepRotate(re[p], im[p], broadcast<V>(twiddle[2 * p - 2]), broadcast<V>(twiddle[2 * p - 1]));
-      }
-    }
+    V re[S], im[S];
+    SweepRadix<S, false>::template run<V>(
+        SweepColumnSource<T, V, product, Io>{io, n, step, ahead},
+        SweepColumnSink<T, V, product>{re, im, (product ? lanes : twiddle) + 2 * part, twiddle});
     if (part + W == S) twiddle += product ? 2 * (S - 1) : 2 * S * (S - 1);
 #pragma GCC unroll 4
     for (int half = 0; half < S; half += W) {
@@ -474,146 +609,226 @@ MOX_NOINLINE void sweepFirst(const Io& io, size_t n, size_t step, size_t count, 
       for (int i = 0; i < W; ++i) t[i] = re[half + sweepLane<T>(i)];
       sweepTranspose<T>(t);
 #pragma GCC unroll 16
-      for (int i = 0; i < W; ++i) store(out + sweepLane<T>(i) * kSweepElement<T> + half, t[i]);
+      for (int i = 0; i < W; ++i) store(out + sweepLane<T>(i) * kSweepElement<T> + 2 * half, t[i]);
 #pragma GCC unroll 16
       for (int i = 0; i < W; ++i) t[i] = im[half + sweepLane<T>(i)];
       sweepTranspose<T>(t);
 #pragma GCC unroll 16
-      for (int i = 0; i < W; ++i) store(out + sweepLane<T>(i) * kSweepElement<T> + S + half, t[i]);
+      for (int i = 0; i < W; ++i) store(out + sweepLane<T>(i) * kSweepElement<T> + 2 * half + W, t[i]);
     }
   }
 }
 
-// Butterflies over elements i + j inStep of `in`, i < count, with twiddles, to elements i + p outStep of `out`.
-template <class T, int R>
-MOX_NOINLINE void sweepPass(const T* in, size_t inStep, T* out, size_t outStep, size_t count, const T* twiddle) {
-  constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
-  using V = Vec<T, W>;
-  inStep *= kSweepElement<T>, outStep *= kSweepElement<T>;
-  for (size_t i = 0; i < count; ++i) {
-    for (int part = 0; part < S; part += W) {
-      V re[R], im[R];
-#pragma GCC unroll 8
-      for (size_t j = 0; j < R; ++j)
-        re[j] = load<V>(in + j * inStep + part), im[j] = load<V>(in + j * inStep + S + part);
-      sweepButterfly(re, im);
-      store(out + part, re[0]);
-      store(out + S + part, im[0]);
-#pragma GCC unroll 8
-      for (size_t p = 1; p < R; ++p) {
-        sweepRotate(re[p], im[p], broadcast<V>(twiddle[2 * p - 2]), broadcast<V>(twiddle[2 * p - 1]));
-        store(out + p * outStep + part, re[p]);
-        store(out + p * outStep + S + part, im[p]);
-      }
-    }
-    in += kSweepElement<T>, out += kSweepElement<T>, twiddle += 2 * (R - 1);
-  }
-}
+// ---- Passes over elements. ------------------------------------------------------------------------------------------
 
+// Up to eight elements that are a run-time distance apart. Two pointers and two distances reach all of them; GCC would
+// compute and spill an address for each.
 template <class T>
-MOX_INLINE void sweepPassOf(int radixBits, const T* in, size_t inStep, T* out, size_t outStep, size_t count,
-                            const T* twiddle) {
-  if (radixBits == 3) {
-    sweepPass<T, 8>(in, inStep, out, outStep, count, twiddle);
-  } else {
-    sweepPass<T, 4>(in, inStep, out, outStep, count, twiddle);
-  }
-}
+struct SweepRow {
+  T *low, *high;
+  size_t step, step3;
 
-// The last sum over c for `group` rows from `row` on, which stand one after the other in `in`.
-template <class T, int R, class Io>
-MOX_NOINLINE void sweepLast(const Io& io, const SweepPlan& plan, const T* in, size_t row, const uint32_t* digits) {
-  constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
+  MOX_INLINE SweepRow(T* base, size_t distance)
+      : low(base), high(base + 4 * distance), step(distance), step3(3 * distance) {
+    asm("" : "+r"(high), "+r"(step3));
+  }
+  MOX_INLINE T* at(int j) const {
+    T* const base = j < 4 ? low : high;
+    return j % 4 == 0 ? base : j % 4 == 1 ? base + step : j % 4 == 2 ? base + 2 * step : base + step3;
+  }
+  MOX_INLINE void advance(size_t reals) {
+    low += reals;
+    high += reals;
+    asm("" : "+r"(low), "+r"(high));
+  }
+};
+
+template <class T, class V>
+struct SweepElementSource {
+  const SweepRow<const T>& row;
+
+  MOX_INLINE void operator()(int j, V& re, V& im) const {
+    re = load<V>(row.at(j));
+    im = load<V>(row.at(j) + kSweepVec<T>);
+  }
+};
+
+template <class T, class V, bool streamed>
+struct SweepElementSink {
+  const SweepRow<T>& row;
+  const T* twiddle;
+
+  MOX_INLINE void operator()(int p, V re, V im) const {
+    if (p > 0) sweepRotate(re, im, broadcast<V>(twiddle[2 * p - 2]), broadcast<V>(twiddle[2 * p - 1]));
+    sweepStore<streamed>(row.at(p), re);
+    sweepStore<streamed>(row.at(p) + kSweepVec<T>, im);
+  }
+};
+
+struct SweepSteps {
+  size_t in, out;
+};
+
+// Butterflies over elements i + j steps.in of `in`, i < count, with twiddles, to elements i + p steps.out of `out`.
+template <class T, int R, bool apart, bool streamed>
+MOX_NOINLINE void sweepPass(const T* in, T* out, SweepSteps steps, size_t count, const T* twiddle) {
+  constexpr int W = kSweepVec<T>;
   using V = Vec<T, W>;
-  const size_t columns = plan.columnCount(), step = columns / R * plan.rowCount() * S;
-  const size_t group = static_cast<size_t>(plan.group);
-  for (size_t b = 0; b < columns / R; ++b) {
-    for (size_t g = 0; g < group; ++g) {
-      const T* from = in + (g * columns + b * R) * kSweepElement<T>;
-      const size_t to = (row + g + plan.rowCount() * digits[b]) * S;
-      for (size_t part = 0; part < S; part += W) {
-        V re[R], im[R];
-#pragma GCC unroll 8
-        for (int j = 0; j < R; ++j) {
-          re[j] = load<V>(from + j * kSweepElement<T> + part);
-          im[j] = load<V>(from + j * kSweepElement<T> + S + part);
-        }
-        sweepButterfly(re, im);
-#pragma GCC unroll 8
-        for (size_t t = 0; t < R; ++t) io.write(to + t * step + part, re[t], im[t]);
-      }
+  SweepRow<const T> from(in, steps.in * kSweepElement<T>);
+  SweepRow<T> to(out, steps.out * kSweepElement<T>);
+  for (size_t i = 0; i < count; ++i, twiddle += 2 * (R - 1)) {
+#pragma GCC unroll 1
+    for (int part = 0; part < kSweepLanes<T>; part += W) {
+      SweepRadix<R, apart>::template run<V>(SweepElementSource<T, V>{from},
+                                            SweepElementSink<T, V, streamed>{to, twiddle});
+      from.advance(2 * W);
+      to.advance(2 * W);
     }
   }
 }
+
+template <class T, bool apart, bool streamed = false>
+MOX_INLINE void sweepPass(int radixBits, const T* in, T* out, SweepSteps steps, size_t count, const T* twiddle) {
+  if (radixBits == 3) {
+    sweepPass<T, 8, apart, streamed>(in, out, steps, count, twiddle);
+  } else {
+    sweepPass<T, 4, apart, streamed>(in, out, steps, count, twiddle);
+  }
+}
+
+template <class T, class V>
+struct SweepTightSource {
+  const T* in;
+
+  MOX_INLINE void operator()(int j, V& re, V& im) const {
+    re = load<V>(in + j * kSweepElement<T>);
+    im = load<V>(in + j * kSweepElement<T> + kSweepVec<T>);
+  }
+};
+
+template <class V, bool streamed, class Io>
+struct SweepOutput {
+  const Io& io;
+  size_t low, high, step, step3;
+
+  MOX_INLINE void operator()(int p, V re, V im) const {
+    const size_t base = p < 4 ? low : high;
+    const size_t i = p % 4 == 0 ? base : p % 4 == 1 ? base + step : p % 4 == 2 ? base + 2 * step : base + step3;
+    io.template write<streamed>(i, re, im);
+  }
+};
+
+// The last sum of sweep B: a row of elements to X.
+template <class T, int R, bool streamed, class Io>
+MOX_NOINLINE void sweepLast(const Io& given, const SweepPlan& plan, const T* in, size_t row, const uint32_t* digits) {
+  constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
+  using V = Vec<T, W>;
+  const Io io = given;
+  const size_t rows = plan.rowCount(), groups = plan.columnCount() / R, step = groups * rows * S;
+  size_t step3 = 3 * step;
+  asm("" : "+r"(step3));
+  for (size_t b = 0; b < groups; ++b, in += R * kSweepElement<T>) {
+    const size_t low = (row + rows * digits[b]) * S;
+    size_t high = low + 4 * step;
+    asm("" : "+r"(high));
+#pragma GCC unroll 4
+    for (size_t part = 0; part < S; part += W) {
+      SweepRadix<R, true>::template run<V>(SweepTightSource<T, V>{in + 2 * part},
+                                           SweepOutput<V, streamed, Io>{io, low + part, high + part, step, step3});
+    }
+  }
+}
+
+// ---- The two sweeps. ------------------------------------------------------------------------------------------------
 
 template <class T, class Io>
-MOX_NOINLINE void sweepTransform(const Io& io, const SweepPlan& plan, T* table) {
-  constexpr size_t E = kSweepElement<T>;
-  constexpr int S = kSweepLanes<T>;
+MOX_NOINLINE void sweepRows(const Io& io, const SweepPlan& plan, T* table) {
+  constexpr size_t E = kSweepElement<T>, S = kSweepLanes<T>;
   const size_t rows = plan.rowCount(), columns = plan.columnCount(), chunk = static_cast<size_t>(plan.chunk);
-  const size_t pitch = static_cast<size_t>(plan.pitch());
-  T* const buffer = table + static_cast<size_t>(plan.buffer);
-  T* const scratch = table + static_cast<size_t>(plan.scratch);
-  const T* const lanes = table + static_cast<size_t>(plan.lanes);
-  const T* first = table + static_cast<size_t>(plan.first);
-  const T* twiddle = table + static_cast<size_t>(plan.rows);
-  const auto* digits = reinterpret_cast<const uint32_t*>(table + static_cast<size_t>(plan.rowDigits));
+  const size_t pitch = plan.pitch();
+  T* const buffer = sweepAt(table, plan.buffer);
+  T* const scratch = sweepAt(table, plan.scratch);
+  const T* const lanes = sweepAt(table, plan.lanes);
+  const T* first = sweepAt(table, plan.first);
+  const T* twiddle = sweepAt(table, plan.rows);
+  const uint32_t* digits = sweepDigitsAt(table, plan.rowDigits);
 
   for (size_t c = 0; c < columns; c += chunk) {
     for (size_t r = 0; r < rows; ++r) {
-      T* to = plan.rowBits == 0 ? scratch + c * E : buffer + r * chunk * E;
+      const size_t n = r * columns + c;
+      T* const to = buffer + r * chunk * E;
       if (plan.product) {
-        sweepFirst<T, true>(io, r * columns + c, rows * columns, chunk, to, first, lanes);
+        const size_t next = r + 1 < rows ? n + columns : c + chunk;
+        sweepFirst<T, true>(io, n, rows * columns, chunk, next - n, to, first, lanes);
         first += chunk / S * 2 * (S - 1);
       } else {
-        sweepFirst<T, false>(io, r * columns + c, rows * columns, chunk, to, first, lanes);
+        sweepFirst<T, false>(io, n, rows * columns, chunk, 0, to, first, lanes);
         first += chunk * 2 * (S - 1);
       }
     }
     int left = plan.rowBits;
-    if (left == 0) continue;
     for (; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
       const int radixBits = sweepRadixBits(left);
       const size_t block = chunk << left, step = block >> radixBits;
       for (size_t b = 0; b < rows * chunk; b += block) {
-        sweepPassOf(radixBits, buffer + b * E, step, buffer + b * E, step, step, twiddle);
+        sweepPass<T, false>(radixBits, buffer + b * E, buffer + b * E, {step, step}, step, twiddle);
       }
       twiddle += step * 2 * ((size_t{1} << radixBits) - 1);
     }
-    for (size_t b = 0; b < rows >> left; ++b) {
-      sweepPassOf(left, buffer + (b << left) * chunk * E, chunk, scratch + (digits[b] * pitch + c) * E,
-                  (rows >> left) * pitch, chunk, twiddle);
+    const size_t groups = rows >> left;
+    for (size_t b = 0; b < groups; ++b) {
+      const T* const from = buffer + (b << left) * chunk * E;
+      T* const to = scratch + (digits[b] * pitch + c) * E;
+      if (plan.streamScratch) {
+        sweepPass<T, true, true>(left, from, to, {chunk, groups * pitch}, chunk, twiddle);
+      } else {
+        sweepPass<T, true>(left, from, to, {chunk, groups * pitch}, chunk, twiddle);
+      }
     }
     twiddle += chunk * 2 * ((size_t{1} << left) - 1);
   }
+}
 
-  digits = reinterpret_cast<const uint32_t*>(table + static_cast<size_t>(plan.columnDigits));
-  const size_t group = static_cast<size_t>(plan.group);
-  for (size_t row = 0; row < rows; row += group) {
+template <class T, class Io>
+MOX_NOINLINE void sweepColumns(const Io& io, const SweepPlan& plan, T* table) {
+  constexpr size_t E = kSweepElement<T>;
+  const size_t columns = plan.columnCount();
+  const bool streamed = plan.streamOut && io.streams();
+  T* const buffer = sweepAt(table, plan.buffer);
+  const uint32_t* digits = sweepDigitsAt(table, plan.columnDigits);
+
+  for (size_t row = 0; row < plan.rowCount(); ++row) {
+    const T* from = sweepAt(table, plan.scratch) + row * plan.pitch() * E;
+    const T* twiddle = sweepAt(table, plan.columns);
     int left = plan.columnBits;
-    const T* source = scratch + row * pitch * E;
-    for (size_t g = 0; g < group; ++g) {
-      left = plan.columnBits;
-      const T* from = scratch + (row + g) * pitch * E;
-      T* const to = buffer + g * columns * E;
-      twiddle = table + static_cast<size_t>(plan.columns);
-      for (; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
-        const int radixBits = sweepRadixBits(left);
-        const size_t block = size_t{1} << left, step = block >> radixBits;
-        for (size_t b = 0; b < columns; b += block) {
-          sweepPassOf(radixBits, from + b * E, step, to + b * E, step, step, twiddle);
+    for (; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
+      const int radixBits = sweepRadixBits(left);
+      const size_t block = size_t{1} << left, step = block >> radixBits;
+      for (size_t b = 0; b < columns; b += block) {
+        if (from == buffer) {
+          sweepPass<T, false>(radixBits, from + b * E, buffer + b * E, {step, step}, step, twiddle);
+        } else {
+          sweepPass<T, true>(radixBits, from + b * E, buffer + b * E, {step, step}, step, twiddle);
         }
-        twiddle += step * 2 * ((size_t{1} << radixBits) - 1);
-        from = to;
-        source = buffer;
       }
+      twiddle += step * 2 * ((size_t{1} << radixBits) - 1);
+      from = buffer;
     }
-    if (left == 3) {
-      sweepLast<T, 8>(io, plan, source, row, digits);
+    if (left == 2) {
+      sweepLast<T, 4, false>(io, plan, from, row, digits);
+    } else if (streamed) {
+      sweepLast<T, 8, true>(io, plan, from, row, digits);
     } else {
-      sweepLast<T, 4>(io, plan, source, row, digits);
+      sweepLast<T, 8, false>(io, plan, from, row, digits);
     }
   }
+  if (streamed) _mm_sfence();
+}
+
+template <class T, class Io>
+MOX_INLINE void sweepTransform(const Io& io, const SweepPlan& plan, T* table) {
+  sweepRows(io, plan, table);
+  sweepColumns(io, plan, table);
 }
 
 template <class T, int order>
@@ -621,13 +836,13 @@ constexpr SweepPlan kSweepPlan = sweepPlan<T>(order);
 
 template <class T, int order>
 void sweepForward(const T* in, T* out, T* table, T) {
-  sweepTransform<T>(SweepForward<T>{in, out}, kSweepPlan<T, order>, table);
+  sweepTransform(SweepForward<T>{in, out}, kSweepPlan<T, order>, table);
 }
 template <class T, int order>
 void sweepInverse(const T* in, T* out, T* table, T scale) {
-  sweepTransform<T>(SweepInverse<T>{{in, out}, scale}, kSweepPlan<T, order>, table);
+  sweepTransform(SweepInverse<T>{{in, out}, scale}, kSweepPlan<T, order>, table);
 }
 template <class T, int order>
 void sweepSplit(const T* inRe, const T* inIm, T* outRe, T* outIm, T* table, T scale) {
-  sweepTransform<T>(SweepSplit<T>{inRe, inIm, outRe, outIm, scale}, kSweepPlan<T, order>, table);
+  sweepTransform(SweepSplit<T>{inRe, inIm, outRe, outIm, scale}, kSweepPlan<T, order>, table);
 }
