@@ -238,6 +238,14 @@ struct Passes {
     }
   }
 
+  // Input from scratch, in natural order without gaps, is fine where kPitch leaves none.
+  template <int D, class From, class To>
+  MOX_INLINE static void forwards(const From& from, const To& to, T* table) {
+    columns<N / R0, R0, kPitch, D, kReady>(from, table + kScratch, table + kTwiddles0, table + kFactors0);
+    if constexpr (R1 > 1) middle<D>(table);
+    last<D>(to, table);
+  }
+
   template <int D, class Io>
   MOX_INLINE static void run(const Io& io, T* table) {
     if constexpr (kBackwards) {
@@ -246,9 +254,7 @@ struct Passes {
       middleBack<D>(work, table);
       columnsBack<N / R0, R0, D, kReady>(work, io, table + kTwiddles0);
     } else {
-      columns<N / R0, R0, kPitch, D, kReady>(io, table + kScratch, table + kTwiddles0, table + kFactors0);
-      if constexpr (R1 > 1) middle<D>(table);
-      last<D>(io, table);
+      forwards<D>(io, io, table);
     }
   }
 };

@@ -1,39 +1,44 @@
 // Transforms of N = 2M real values through the complex transform of M = 2^Order.
 //
 // With z[n] = x[2n] + i x[2n+1] and Z its transform:
-//   s = Z[k] + conj Z[M-k],  t = Z[k] - conj Z[M-k],  q = v[k] t,  v[k] = i e^(-i pi k / M) / 2
-//   X[k] = s/2 - q,  X[M-k] = conj(s/2 + q)
+//   s = Z[k] + conj Z[M-k],  t = Z[k] - conj Z[M-k],  q = v[k] t,  v[k] = -i e^(-i pi k / M) / 2
+//   X[k] = s/2 + q,  X[M-k] = conj(s/2 - q)
 // where Z[M] = Z[0]: k = 0 gives X[0] = Re Z[0] + Im Z[0] and X[M] = Re Z[0] - Im Z[0], without rounding of q; k = M/2
 // gives conj Z[k] both times. The same with conj v[k] leads from X back to Z/2.
 
 // ---- Vectors. -------------------------------------------------------------------------------------------------------
 
-// Shuffles of complex values: value c of the result is value at(c, n) of a and b, n values each.
-struct Mirrored {  // a[0], b[n-1] ... b[1]
-  static constexpr int at(int c, int n) { return c == 0 ? 0 : 2 * n - c; }
-};
-struct Delayed {  // a[0], b[0] ... b[n-2]
-  static constexpr int at(int c, int n) { return c == 0 ? 0 : n + c - 1; }
-};
+template <class V>
+using IndicesOf = std::make_integer_sequence<int, sizeof(V) / sizeof(ElementOf<V>)>;
 
-template <class Shuffle, class V, int... I>
-MOX_INLINE V shuffled(V a, V b, std::integer_sequence<int, I...>) {
-  constexpr int n = sizeof...(I) / 2;
-  return __builtin_shufflevector(a, b, (2 * Shuffle::at(I / 2, n) + I % 2)...);
+// Of n complex values each: a[0], b[n-1] ... b[1].
+template <class V, int... I>
+MOX_INLINE V mirrored(V a, V b, std::integer_sequence<int, I...>) {
+  constexpr int n = sizeof...(I);
+  return __builtin_shufflevector(a, b, (I < 2 ? I : 2 * n - I / 2 * 2 + I % 2)...);
 }
-template <class Shuffle, class V>
-MOX_INLINE V shuffled(V a, V b) {
-  return shuffled<Shuffle>(a, b, std::make_integer_sequence<int, sizeof(V) / sizeof(a[0])>());
+template <class V>
+MOX_INLINE V mirrored(V a, V b) {
+  return mirrored(a, b, IndicesOf<V>());
+}
+#if MOX_VEC_BYTES >= 32
+template <>
+MOX_INLINE Vec<double, 4> mirrored(Vec<double, 4> a, Vec<double, 4> b) {
+  return _mm256_blend_pd(a, b, 12);  // GCC's choice takes the one port of shuffles between halves
+}
+#endif
+
+// a[0], b[0] ... b[n-2].
+template <class V, int... I>
+MOX_INLINE V delayed(V a, V b, std::integer_sequence<int, I...>) {
+  constexpr int n = sizeof...(I);
+  return __builtin_shufflevector(a, b, (I < 2 ? I : n + I - 2)...);
 }
 
-// a with b[0] for its second element.
+// a with b's first element for its second.
 template <class V, int... I>
 MOX_INLINE V withSecond(V a, V b, std::integer_sequence<int, I...>) {
   return __builtin_shufflevector(a, b, (I == 1 ? static_cast<int>(sizeof...(I)) : I)...);
-}
-template <class V>
-MOX_INLINE V withSecond(V a, V b) {
-  return withSecond(a, b, std::make_integer_sequence<int, sizeof(V) / sizeof(a[0])>());
 }
 
 // (re, im), (re, im) ...
@@ -45,8 +50,7 @@ MOX_INLINE V repeated(ElementOf<V> re, ElementOf<V> im) {
   return v;
 }
 
-// ---- Table: v[0 .. M/2-1], behind the complex transform's part.
-// ------------------------------------------------------
+// ---- Table: v[0 .. M/2-1], behind the complex transform's part. -----------------------------------------------------
 
 template <class T>
 constexpr uint64_t realTableBytes(int order) {
@@ -68,8 +72,8 @@ void realBuild(int order, const Roots& roots, T* table) {
   for (uint64_t k = 0; k < M / 2; ++k, table += 2) {
     Root r = roots.at(k / 2);
     if (k % 2 != 0) r = {r.re * turn.cos + r.im * turn.sin, r.im * turn.cos + -(r.re * turn.sin)};
-    table[0] = rounded<T>(-r.im) / 2;
-    table[1] = rounded<T>(r.re) / 2;
+    table[0] = rounded<T>(r.im) / 2;
+    table[1] = rounded<T>(-r.re) / 2;
   }
 }
 
@@ -81,9 +85,9 @@ MOX_INLINE void separate(V& a, V& b, const ElementOf<V>* roots) {
   using T = ElementOf<V>;
   const V one = broadcast<V>(1), half = broadcast<V>(T(0.5));
   const V s = fmaAlternating<-1>(a, one, b), t = fmaAlternating<1>(a, one, b);
-  const V q = timesRoot<D>(t, load<V>(roots));
-  a = fma(s, half, -q);
-  b = fmaAlternating<-1>(s, repeated<V>(T(0.5), T(-0.5)), q);
+  const V q = fmaAlternating<D>(t, realPartsAt<V>(roots), swapParts(t) * imagPartsAt<V>(roots));
+  a = fma(s, half, q);
+  b = fmaAlternating<1>(s, repeated<V>(T(0.5), T(-0.5)), q);
 }
 
 // Rows: values k = Lj .. Lj + L-1, in registers or in memory; L is a vector's number of them.
@@ -108,42 +112,50 @@ struct BinRows {  // from value 1 on
 // Row 0 of a spectrum, and the value of k = M in the first place of a vector.
 template <class V>
 MOX_INLINE V rowZero(ElementOf<V> first, const ElementOf<V>* bins) {
-  return shuffled<Delayed>(repeated<V>(first, 0), load<V>(bins));
+  return delayed(repeated<V>(first, 0), load<V>(bins), IndicesOf<V>());
 }
 
-// All rows of Z to those of X (kToSpectrum), or the reverse; row 0 and the value of k = M, in the first place of a
-// vector, come as `zero` and `end`. D = -1 is the inverse: X is conjugated and multiplied by scale after the forward
-// separation; D = 1 the forward transform: X is conjugated, by scale = 1, on its way to Z.
-//
-// in and out may be the same rows, or out's values one element above in's: row j+1 is read before row j is stored.
-template <bool kToSpectrum, int D, class In, class Out, class V>
-MOX_INLINE void separateRows(In in, Out out, size_t count, V zero, V end, const ElementOf<V>* roots,
-                             ElementOf<V> scale) {
-  constexpr bool kConjugated = kToSpectrum ? D < 0 : D > 0;
-  const V factor = repeated<V>(scale, -scale);
-  V next = zero, above = end, before = zero;
-#pragma GCC unroll 8
-  for (size_t j = 0; j < count / 2; ++j) {
-    const V row = in.get(count - 1 - j);
-    V low = next, high = shuffled<Mirrored>(above, row);
+// All rows of Z to those of X (kToSpectrum), or the reverse. D = -1 is the inverse: X is conjugated and multiplied by
+// scale after the forward separation; D = 1 the forward transform: X is conjugated, by scale = 1, on its way to Z.
+template <bool kToSpectrum, int D, class V>
+struct Separation {
+  static constexpr bool kConjugated = kToSpectrum ? D < 0 : D > 0;
+  const ElementOf<V>* roots;
+  V factor;  // (scale, -scale)
+  V next;    // row j
+  V above;   // its first value is value M - k of the first k of row j
+  V before;  // the separated values M - k of row j - 1
+
+  template <bool kFirst, class In, class Out>
+  MOX_INLINE void row(In in, Out out, size_t count, size_t j) {
+    const V mirror = in.get(count - 1 - j);
+    V low = next, high = mirrored(above, mirror);
     next = in.get(j + 1);
-    above = row;
+    above = mirror;
     separate<kToSpectrum ? 1 : D>(low, high, roots + sizeof(V) / sizeof(*roots) * j);
     if (kConjugated) {
       low *= factor;
       high *= factor;
     }
-    if (j > 0) {
-      out.put(count - j, shuffled<Mirrored>(high, before));
-    } else if (kToSpectrum) {
-      low = withSecond(low, high);
-    }
+    if (kFirst && kToSpectrum) low = withSecond(low, high, IndicesOf<V>());
+    if (!kFirst) out.put(count - j, mirrored(high, before));
     out.put(j, low);
     before = high;
   }
-  next *= repeated<V>(1, -1);  // k = M/2
-  if (kConjugated) next *= factor;
-  out.put(count / 2, shuffled<Mirrored>(next, before));
+};
+
+// Row 0 and the value of k = M, in the first place of a vector, come as `zero` and `end`. in and out may be the same
+// rows, or out's values one element above in's: row j+1 is read before row j is stored.
+template <bool kToSpectrum, int D, class In, class Out, class V>
+MOX_INLINE void separateRows(In in, Out out, size_t count, V zero, V end, const ElementOf<V>* roots,
+                             ElementOf<V> scale) {
+  Separation<kToSpectrum, D, V> s{roots, repeated<V>(scale, -scale), zero, end, zero};
+  s.template row<true>(in, out, count, 0);
+#pragma GCC unroll 8
+  for (size_t j = 1; j < count / 2; ++j) s.template row<false>(in, out, count, j);
+  V middle = s.next * repeated<V>(1, -1);  // k = M/2
+  if (s.kConjugated) middle *= s.factor;
+  out.put(count / 2, mirrored(middle, s.before));
 }
 
 template <class T>
@@ -175,6 +187,16 @@ constexpr int registerRows(const Small<T, R, C>*) {
 }
 template <class T, int Order>
 constexpr int kRegisterRows = registerRows(static_cast<Kernel<T, Order>*>(nullptr));
+
+// Whether the complex kernel of an order works in its output.
+template <class T, int Order>
+constexpr bool worksInOutput() {
+  if constexpr (Order < 2 || Order >= kFirstSweepOrder || kRegisterRows < T, Order >> 0) {
+    return false;
+  } else {
+    return Kernel<T, Order>::kBackwards;
+  }
+}
 
 // A kernel from memory to rows, and from rows to memory, scaled.
 template <class T, class V>
@@ -258,6 +280,11 @@ void realToSignal(T first, T middle, const T* bins, T* x, T* table, T scale) {
     separateRows<false, D>(RegisterRows<V>{z}, RegisterRows<V>{z}, R, z[0], repeated<V>(middle, 0),
                            realRoots<T, Order>(table), T(1));
     Kernel<T, Order>::template run<-1>(FromRows<T, V>{z, x, 2 * scale}, table);
+  } else if constexpr (worksInOutput<T, Order>()) {
+    // Z and all passes but the last in scratch: with Z in x, input, x and scratch would compete for the cache.
+    T* const z = table + Kernel<T, Order>::kScratch;
+    separateSignal<T, D>(first, middle, bins, z, M, realRoots<T, Order>(table));
+    Kernel<T, Order>::template forwards<-1>(PackedIo<T>{z, z}, ScaledIo<T>{z, x, 2 * scale}, table);
   } else {
     separateSignal<T, D>(first, middle, bins, x, M, realRoots<T, Order>(table));
     kComplexFft<T>.inverse[Order](x, x, table, 2 * scale);
