@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   moxSetErrMode(MOX_ErrModeSilent);
   moxbench::registerArithmetic();
   moxbench::registerDotProd();
+  moxbench::registerElementwise();
   moxbench::registerLnExp();
   moxbench::registerLaw();
   moxbench::registerFft();

@@ -82,6 +82,12 @@ std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t
   return (in(complexes(a), n) * in(complexes(b), n)).sum();
 }
 
+void eigenSqrt(const float* src, float* dst, ptrdiff_t n) { out(dst, n) = in(src, n).sqrt(); }
+void eigenSqrt(const double* src, double* dst, ptrdiff_t n) { out(dst, n) = in(src, n).sqrt(); }
+float eigenMean(const float* src, ptrdiff_t n) { return in(src, n).mean(); }
+float eigenMeanPower(const float* src, ptrdiff_t n) { return in(src, n).square().mean(); }
+float eigenMax(const float* src, ptrdiff_t n) { return in(src, n).maxCoeff(); }
+
 void sleefExp(const float* src, float* dst, ptrdiff_t n) { map<Floats>(src, dst, n, exp); }
 void sleefExp(const double* src, double* dst, ptrdiff_t n) { map<Doubles>(src, dst, n, exp); }
 void sleefLn(const float* src, float* dst, ptrdiff_t n) { map<Floats>(src, dst, n, ln); }

@@ -19,6 +19,12 @@ double eigenDot(const double* a, const double* b, ptrdiff_t n);
 std::complex<float> eigenDotComplex(const float* a, const float* b, ptrdiff_t n);
 std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t n);
 
+void eigenSqrt(const float* src, float* dst, ptrdiff_t n);
+void eigenSqrt(const double* src, double* dst, ptrdiff_t n);
+float eigenMean(const float* src, ptrdiff_t n);
+float eigenMeanPower(const float* src, ptrdiff_t n);
+float eigenMax(const float* src, ptrdiff_t n);
+
 void sleefExp(const float* src, float* dst, ptrdiff_t n);
 void sleefExp(const double* src, double* dst, ptrdiff_t n);
 void sleefLn(const float* src, float* dst, ptrdiff_t n);
