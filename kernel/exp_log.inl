@@ -18,7 +18,11 @@ MOX_INLINE V polynomial(V x, const ElementOf<V> (&c)[N]) {
 // are bound by the number of operations that the processor can hold waiting.
 template <class V, size_t N>
 MOX_INLINE V polynomial(V x, V square, const ElementOf<V> (&c)[N]) {
-  return fma(x, polynomial<1, 2>(square, c), polynomial<0, 2>(square, c));
+  if constexpr (N <= 3) {
+    return polynomial(x, c);
+  } else {
+    return fma(x, polynomial<1, 2>(square, c), polynomial<0, 2>(square, c));
+  }
 }
 
 // ---- tables
@@ -123,9 +127,7 @@ template <class R, class D = ExpData<R>>
 struct Exp {
   using Type = R;
 
-  struct Inspect : Inspector<R> {
-    MOX_INLINE Inspect() : Inspector<R>{D::kPlain} {}
-  };
+  using Inspect = Inspector<R, D::kPlain>;
 
   // n in the low bits of `steps`, and e^r - 1 with the table's correction.
   template <class V>
@@ -201,9 +203,7 @@ MOX_INLINE V lnOfOutliers(V x, V y) {
 struct LnFloat {
   using Type = float;
   static constexpr BitRange kPlain = {0xffffffff, 0x00800000, 0x7f000000};  // normal numbers
-  struct Inspect : Inspector<float> {
-    MOX_INLINE Inspect() : Inspector<float>{kPlain} {}
-  };
+  using Inspect = Inspector<float, kPlain>;
   static constexpr float kC[8] = {1, 0.875f, 0.8125f, 0.75f, 1.3125f, 1.25f, 1.125f, 1.0625f};
   // -ln c in multiples of 2^-16, and the rest.
   static constexpr float kHigh[8] = {0,           0x1.1178p-3f, 0x1.a94p-3f, 0x1.2698p-2f, -0x1.1674p-2f,
@@ -255,9 +255,7 @@ struct LnData {
 template <class D = LnData>
 struct LnDouble {
   using Type = double;
-  struct Inspect : Inspector<double> {
-    MOX_INLINE Inspect() : Inspector<double>{D::kPlain} {}
-  };
+  using Inspect = Inspector<double, D::kPlain>;
 
   template <class V>
   MOX_INLINE static V scaled(V x, V scale) {
@@ -283,23 +281,10 @@ struct LnDouble {
   }
 };
 
-// ---- float32 without fma: evaluated in float64 to 34 bits and rounded once.
-#if !MOX_HAS_FMA
-template <class F, class Range>
-struct InFloat64 {
-  using Type = float;
-  using V = Vec<float, 4>;
-  struct Inspect : Inspector<float> {
-    MOX_INLINE Inspect() : Inspector<float>{Range::kPlain} {}
-  };
-  MOX_INLINE static V plain(V x) {
-    return _mm_movelh_ps(narrow(F::plain(widenLow(x))), narrow(F::plain(widenLow(_mm_movehl_ps(x, x)))));
-  }
-  MOX_INLINE static V careful(V x) {
-    return _mm_movelh_ps(narrow(F::careful(widenLow(x))), narrow(F::careful(widenLow(_mm_movehl_ps(x, x)))));
-  }
-};
-
+#if MOX_HAS_FMA
+using ExpSingle = Exp<float>;
+using LnSingle = LnFloat;
+#else
 struct ExpShort : ExpData<double> {
   static constexpr double kQ[] = {0x1.000000005c69ep-1, 0x1.55554dd270aebp-3, 0x1.55554b9187933p-5,
                                   0x1.114f949cf628bp-7, 0x1.6c6e468925a24p-10};
@@ -308,9 +293,6 @@ struct LnShort : LnData {
   static constexpr double kR[] = {0x1.5555554b92394p-1, 0x1.9999ebfa86788p-2, 0x1.245c0b572415cp-2,
                                   0x1.ddd8e231e9556p-3};
 };
-using ExpSingle = InFloat64<Exp<double, ExpShort>, ExpData<float>>;
-using LnSingle = InFloat64<LnDouble<LnShort>, LnFloat>;
-#else
-using ExpSingle = Exp<float>;
-using LnSingle = LnFloat;
+using ExpSingle = InFloat64<Exp<double, ExpShort>, Exp<float>::Inspect>;
+using LnSingle = InFloat64<LnDouble<LnShort>, LnFloat::Inspect>;
 #endif

@@ -26,12 +26,30 @@ struct Arith {
   void (*conjFlip)(const T* src, T* dst, size_t n);  // dst[n-1-i] = conj(src[i]); no overlap
 };
 
-// Elementary functions of n values each; no libm. Sources and destinations are the same arrays or do not overlap. The
-// results have the same bits on every set with fused multiply-add; at most 1 ulp off everywhere.
+// Elementary functions of n values each, by no library but this one; each at most 1 ulp off. Sources and destinations
+// are the same arrays (the interleaved ones too, where input and output are) or do not overlap. What a value becomes
+// depends on nothing but itself. Results have the same bits on every set with fused multiply-add, those of both
+// magnitudes on every set.
 template <class T>
 struct Elementary {
   void (*exp)(const T* src, T* dst, size_t n);  // overflows to inf, underflows through subnormals to 0
   void (*ln)(const T* src, T* dst, size_t n);   // of 0: -inf, of negative values: NaN
+  void (*sinCos)(const T* src, T* sine, T* cosine, size_t n);
+
+  // Of n complex values in two arrays or interleaved.
+  //   magnitude  sqrt(re^2 + im^2) without overflow or underflow in between; that of float32 is what float64 gives,
+  //              rounded once. NaN if either part is, else infinite if either part is.
+  //   phase      atan2(im, re) in (-pi, pi]; negative zeros count as positive ones, the phase of 0 is 0.
+  void (*magnitude)(const T* re, const T* im, T* dst, size_t n);
+  void (*magnitudeComplex)(const T* src, T* dst, size_t n);
+  void (*phase)(const T* re, const T* im, T* dst, size_t n);
+  void (*phaseComplex)(const T* src, T* dst, size_t n);
+  // Both at once.
+  void (*toPolar)(const T* re, const T* im, T* magnitude, T* phase, size_t n);
+  void (*toPolarComplex)(const T* src, T* magnitude, T* phase, size_t n);
+  // magnitude (cos phase, sin phase), each part at most 1 ulp off (1.5 without fused multiply-add)
+  void (*toCartesian)(const T* magnitude, const T* phase, T* re, T* im, size_t n);
+  void (*toCartesianComplex)(const T* magnitude, const T* phase, T* dst, size_t n);
 };
 
 // Transforms of N = 2^order complex values, natural order in and out, in place or not (input and output are the same

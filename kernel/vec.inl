@@ -91,8 +91,8 @@ MOX_INLINE Vec<double, 4> widen(Vec<float, 4> v) { return _mm256_cvtps_pd(v); }
 MOX_INLINE Vec<float, 4> narrow(Vec<double, 4> v) { return _mm256_cvtpd_ps(v); }
 #endif
 #if MOX_VEC_BYTES == 64
-MOX_INLINE Vec<double, 8> widen(Vec<float, 8> v) { return _mm512_cvtps_pd(v); }
-MOX_INLINE Vec<float, 8> narrow(Vec<double, 8> v) { return _mm512_cvtpd_ps(v); }
+MOX_INLINE Vec<double, 8> widen(Vec<float, 8> v) { return _mm512_maskz_cvtps_pd(0xff, v); }
+MOX_INLINE Vec<float, 8> narrow(Vec<double, 8> v) { return _mm512_maskz_cvtpd_ps(0xff, v); }
 #endif
 
 // Vectors of complex values, (re, im) pairs.

@@ -1,4 +1,5 @@
-// Vectors that arrays shorter than one vector fill in part, and tests of the bits of all elements of an array.
+// What functions of whole vectors need beyond arithmetic: vectors that a short array fills in part, halves in float64,
+// bits, and tests of the bits of a whole array.
 
 // The n values at p (0 < n < lanes), the other lanes 1.
 template <class T>
@@ -70,6 +71,32 @@ MOX_INLINE void storeFew(double* p, Vec<double, 2> v, size_t) {
 }
 #endif
 
+// ---- a float32 vector as two float64 vectors
+
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<double, 8> widenedLow(Vec<float, 16> v) {
+  return _mm512_maskz_cvtps_pd(0xff, _mm512_castps512_ps256(v));
+}
+MOX_INLINE Vec<double, 8> widenedHigh(Vec<float, 16> v) {
+  return _mm512_maskz_cvtps_pd(0xff, _mm512_maskz_extractf32x8_ps(0xff, v, 1));
+}
+MOX_INLINE Vec<float, 16> narrowed(Vec<double, 8> low, Vec<double, 8> high) {
+  return _mm512_maskz_insertf32x8(0xffff, _mm512_castps256_ps512(narrow(low)), narrow(high), 1);
+}
+#elif MOX_VEC_BYTES == 32
+MOX_INLINE Vec<double, 4> widenedLow(Vec<float, 8> v) { return _mm256_cvtps_pd(_mm256_castps256_ps128(v)); }
+MOX_INLINE Vec<double, 4> widenedHigh(Vec<float, 8> v) { return _mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)); }
+MOX_INLINE Vec<float, 8> narrowed(Vec<double, 4> low, Vec<double, 4> high) {
+  return _mm256_insertf128_ps(_mm256_castps128_ps256(narrow(low)), narrow(high), 1);
+}
+#else
+MOX_INLINE Vec<double, 2> widenedLow(Vec<float, 4> v) { return widenLow(v); }
+MOX_INLINE Vec<double, 2> widenedHigh(Vec<float, 4> v) { return widenLow(_mm_movehl_ps(v, v)); }
+MOX_INLINE Vec<float, 4> narrowed(Vec<double, 2> low, Vec<double, 2> high) {
+  return _mm_movelh_ps(narrow(low), narrow(high));
+}
+#endif
+
 // ---- bits
 
 template <class V>
@@ -89,13 +116,22 @@ MOX_INLINE Words greater(Words a, Words b) {
   return reinterpret_cast<Words>(
       _mm512_maskz_max_epu32(0xffff, reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
 }
+MOX_INLINE Words less(Words a, Words b) {
+  return reinterpret_cast<Words>(
+      _mm512_maskz_min_epu32(0xffff, reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+}
 #elif MOX_VEC_BYTES == 32
 MOX_INLINE Words greater(Words a, Words b) {
   return reinterpret_cast<Words>(_mm256_max_epu32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
 }
+MOX_INLINE Words less(Words a, Words b) {
+  return reinterpret_cast<Words>(_mm256_min_epu32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+}
 #else
 MOX_INLINE Words greater(Words a, Words b) { return a > b ? a : b; }
+MOX_INLINE Words less(Words a, Words b) { return a < b ? a : b; }
 #endif
+
 MOX_INLINE bool anyBit(Words m) {
 #if MOX_VEC_BYTES == 64
   return _mm512_test_epi32_mask(reinterpret_cast<__m512i>(m), reinterpret_cast<__m512i>(m)) != 0;
@@ -106,26 +142,31 @@ MOX_INLINE bool anyBit(Words m) {
 #endif
 }
 
+// Whether a mask is set in any element of type T, looking at its upper 32 bits.
+template <class T>
+MOX_INLINE bool anyElement(Words mask) {
+  if constexpr (sizeof(T) == 8) {
+    using Longs = Vec<uint64_t, kVecBytes / 8>;
+    mask = reinterpret_cast<Words>(reinterpret_cast<Longs>(mask) >> 32);
+  }
+  return anyBit(mask);
+}
+
 // Values whose upper 32 bits u satisfy (u & mask) - low < width, as unsigned numbers.
 struct BitRange {
   uint32_t mask, low, width;
 };
 
-// Whether all values looked at were in a range.
-template <class T>
+// Whether all values looked at were in a range. (Inspectors have no constructors: those that the compiler makes up
+// itself are not part of the target region.)
+template <class T, BitRange kRange>
 struct Inspector {
-  BitRange range;
   Words extreme{};
   MOX_INLINE void look(Vec<T, kLanes<T>> v) {
-    const Words u = (reinterpret_cast<Words>(v) & broadcast<Words>(range.mask)) - broadcast<Words>(range.low);
+    const Words u = (reinterpret_cast<Words>(v) & broadcast<Words>(kRange.mask)) - broadcast<Words>(kRange.low);
     extreme = greater(extreme, u);
   }
   MOX_INLINE bool allPlain() const {
-    Words outside = reinterpret_cast<Words>(extreme >= broadcast<Words>(range.width));
-    if constexpr (sizeof(T) == 8) {  // low words say nothing
-      using Longs = Vec<uint64_t, kVecBytes / 8>;
-      outside = reinterpret_cast<Words>(reinterpret_cast<Longs>(outside) >> 32);
-    }
-    return !anyBit(outside);
+    return !anyElement<T>(reinterpret_cast<Words>(extreme >= broadcast<Words>(kRange.width)));
   }
 };
