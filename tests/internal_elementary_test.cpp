@@ -50,7 +50,7 @@ double ulps(T got, long double exact) {
   return static_cast<double>(std::fabs(std::ldexp(static_cast<long double>(got) - exact, -exponent)));
 }
 template <class T>
-constexpr double kSlack = sizeof(T) == 8 ? std::ldexp(1.0, 54 - std::numeric_limits<long double>::digits) : 0;
+const double kSlack = sizeof(T) == 8 ? std::ldexp(1.0, 54 - std::numeric_limits<long double>::digits) : 0;
 
 // Pairs of the same size, of far different size, next to the diagonals and of any exponent.
 template <class T>
