@@ -51,7 +51,7 @@ struct MpyDouble {
   }
 };
 
-// Part 0 or 1 of a product of two complex numbers.
+// The real or imaginary component of a product of two complex numbers.
 template <class T>
 double exactProduct(const T* a, const T* b, int part) {
   const double re = a[0], im = a[1];

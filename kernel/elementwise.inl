@@ -139,7 +139,7 @@ MOX_INLINE void mapComplex(const R* src, R* dst, size_t n, const Op& op) {
   multiplyAll(dst, 2 * n, ComplexMap<R, Op>{src, op});
 }
 
-// With -1 for all bits in even (Part 0) or odd (Part 1) places.
+// All bits set in even (Part = 0) or odd (Part = 1) places.
 template <class V, int Part>
 MOX_INLINE SignedBits<V> inPart() {
   return Alternating<int64_t>(Part == 0 ? -1 : 0, Part == 0 ? 0 : -1).template vector<SignedBits<V>>();
