@@ -37,7 +37,7 @@ template <>
 struct TrigData<float> {
   static constexpr float kRound = 0x1.8p23f, kPerTurn = 0x1.45f306p-1f;  // 2/pi
   static constexpr float kPi2[] = {0x1.921fb4p0f, 0x1.444p-24f, 0x1.68c234p-39f};
-  static constexpr BitRange kPlain = {0x7fffffff, 0, 0x46000000};  // abs(x) < 2^13: n has 13 bits, the second summand of pi 11
+  static constexpr BitRange kPlain = {0x7fffffff, 0, 0x46000000};  // abs(x) < 2^13: n has 13 bits, pi's second summand 11
   // r - sin r = r^3 S(r^2), 1 - r^2/2 - cos r = r^4 C(r^2)
   static constexpr float kS[] = {0x1.555546p-3f, -0x1.110778p-7f, 0x1.9953e2p-13f};
   static constexpr float kC[] = {-0x1.55554ap-5f, 0x1.6c0c2ep-10f, -0x1.99eac2p-16f};
@@ -51,7 +51,7 @@ struct TrigData<double> {
 #else
   static constexpr double kPi2[] = {0x1.921fb544p0, 0x1.0b4611a6p-34, 0x1.3198a2ep-69, 0x1.b839a252049c1p-104};
 #endif
-  static constexpr BitRange kPlain = {0x7fffffff, 0, 0x41300000};  // abs(x) < 2^20: n has 20 bits, each summand of pi 33
+  static constexpr BitRange kPlain = {0x7fffffff, 0, 0x41300000};  // abs(x) < 2^20: n has 20 bits, pi's summands 33
   static constexpr double kS[] = {0x1.5555555555548p-3,   -0x1.111111110f756p-7, 0x1.a01a019bf0bacp-13,
                                   -0x1.71de355d7a053p-19, 0x1.ae5e530a84616p-26, -0x1.5d8dc11a9cff8p-33};
   static constexpr double kC[] = {-0x1.555555555554cp-5, 0x1.6c16c16c1521bp-10,  -0x1.a01a019cbea13p-16,
