@@ -37,7 +37,7 @@ template <>
 struct TrigData<float> {
   static constexpr float kRound = 0x1.8p23f, kPerTurn = 0x1.45f306p-1f;  // 2/pi
   static constexpr float kPi2[] = {0x1.921fb4p0f, 0x1.444p-24f, 0x1.68c234p-39f};
-  static constexpr BitRange kPlain = {0x7fffffff, 0, 0x46000000};  // abs(x) < 2^13: n has 13 bits, pi's second summand 11
+  static constexpr BitRange kPlain = {0x7fffffff, 0, 0x46000000};  // abs(x) < 2^13: n has 13 bits, pi's second word 11
   // r - sin r = r^3 S(r^2), 1 - r^2/2 - cos r = r^4 C(r^2)
   static constexpr float kS[] = {0x1.555546p-3f, -0x1.110778p-7f, 0x1.9953e2p-13f};
   static constexpr float kC[] = {-0x1.55554ap-5f, 0x1.6c0c2ep-10f, -0x1.99eac2p-16f};
