@@ -483,6 +483,18 @@ MOX_API void MOX_CALL moxsbExp2(const float* src, float* dst, int32_t len);
 MOX_API void MOX_CALL moxdbExp1(double* vec, int32_t len);
 MOX_API void MOX_CALL moxdbExp2(const double* src, double* dst, int32_t len);
 /** @} */
+/** @name The same on int16 samples
+ * Each value of the float32 function takes the scale mode (see "Scale modes") and is truncated toward zero; the reports
+ * of that step come from "moxsbUndScaling", and it clears the status. Unscaled infinities wrap to 0 and saturate to the
+ * limit of their sign, the NaN of a negative value's logarithm to 32767. The factor is subtracted from the exponent
+ * field, whose ends nothing guards. The values pass through a working array of len float32, so src and dst may overlap
+ * in any way; without memory for it, "No memory for working array" with MOX_StsNoMem. */
+/** @{ */
+MOX_API void MOX_CALL moxwbLn1(int16_t* vec, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbLn2(const int16_t* src, int16_t* dst, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbExp1(int16_t* vec, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbExp2(const int16_t* src, int16_t* dst, int32_t len, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
 /** @} */
 
 /** @defgroup elementwise Element-wise functions and statistics

@@ -100,6 +100,7 @@ struct Scale {
   void (*floatsSaturated)(const float* src, int16_t* dst, size_t n, int32_t factor);
   void (*intsWrapped)(const int32_t* src, int16_t* dst, size_t n, int32_t factor);
   void (*intsSaturated)(const int32_t* src, int16_t* dst, size_t n, int32_t factor);
+  void (*toFloats)(const int16_t* src, float* dst, size_t n);  // the way there
   // The element of largest magnitude, n > 0: the last one if n is odd and it is one of several, else the first.
   size_t (*indexOfLargestFloat)(const float* src, size_t n);
   size_t (*indexOfLargestInt)(const int32_t* src, size_t n);

@@ -146,12 +146,17 @@ size_t indexOfLargest(const T* src, size_t n) {
   return i;
 }
 
+void int16ToFloats(const int16_t* __restrict src, float* __restrict dst, size_t n) {
+  for (size_t i = 0; i < n; ++i) dst[i] = src[i];
+}
+
 constexpr Scale scaleKernels() {
   return {
       .floatsWrapped = toInt16<WrapFloats, float>,
       .floatsSaturated = toInt16<SaturateFloats, float>,
       .intsWrapped = toInt16<WrapInts, int32_t>,
       .intsSaturated = toInt16<SaturateInts, int32_t>,
+      .toFloats = int16ToFloats,
       .indexOfLargestFloat = indexOfLargest<float>,
       .indexOfLargestInt = indexOfLargest<int32_t>,
   };
