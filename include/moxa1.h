@@ -803,6 +803,154 @@ MOX_API void MOX_CALL moxdMpyRCPerm3(const double* srcA, const double* srcB, dou
 /** @} */
 /** @} */
 
+/** @defgroup iir Recursive filters
+ * Filters with feedback, as one direct form of order N or as a cascade of Q second-order sections (biquads):
+ *
+ *     direct form   a0 y[n] = sum over i = 0 ... N of b_i x[n-i]  -  sum over i = 1 ... N of a_i y[n-i]
+ *     biquads       the same with N = 2, section after section
+ *
+ * Mixed forms have two type letters, that of the samples and that of the taps; where one is complex, so are delay line
+ * and results.
+ *
+ * Everything runs in float64. Delay values are widened when a call begins and rounded to their type once, when it ends,
+ * as results are when stored: single samples, one block and its parts agree to the rounding of the delay line in
+ * float32 and float32 complex, and bit for bit in float64 (delay lines of more than 128 values are rounded at times in
+ * between). float32 cascades with real taps take several samples at once in blocks, where all poles of a section are in
+ * the unit circle; that moves results by less than their rounding. On processors without fused multiply-add results
+ * may differ in the last place. In blocks, input and output are the same array or do not overlap (do not overlap where
+ * their types differ).
+ * @{ */
+
+/** The taps of a recursive filter. The fields are set by Init and InitBq. */
+typedef struct IirTapState {
+  int32_t order;    /**< values in the delay line: N, or 2 Q */
+  void* taps;       /**< the caller's array, prepared by Init */
+  int32_t iirType;  /**< the argument of that name, 0 or 1; it selects nothing */
+  int32_t isBiquad; /**< 0 direct form, 1 biquads */
+} IirTapState;
+/** The delay line of a recursive filter: `order` values in the caller's array. */
+typedef struct IirDlyState {
+  void* dlyl;
+} IirDlyState;
+/** A filter with its own taps and delay line. Zero it before the first Init. */
+typedef struct IirState {
+  IirTapState tapSt; /**< its taps, at the beginning of the filter's memory */
+  IirDlyState dlySt; /**< its delay line, behind them */
+  int32_t initMark;  /**< 31725 between Init and moxIirFree */
+} IirState;
+
+/** @name Taps in the caller's array
+ * Init: b0 ... bN, a0 ... aN (2N+2 values, order = N) become b0/a0 ... bN/a0, a1/a0 ... aN/a0; the last value stays.
+ * InitBq: b0, b1, b2, a0, a1, a2 of each of numQuads sections become the gain (the product of all b0/a0), then a1/a0,
+ * a2/a0, b1/b0, b2/b0 of each; the values behind stay. Complex values are multiplied by the reciprocal. The state keeps
+ * the pointer: the array lives as long as the filter, and a second Init on it needs fresh values. One state may serve
+ * several delay lines at once.
+ * Checks: "tapStPtr==0", "taps==0", "order < 0" or "numQuads <= 0", "iirType is out of range" (not 0 or 1). Then a zero
+ * (of either sign, complex in both parts): "taps[order+1] equals zero", nothing changed; or, section after section,
+ * "taps[0*6] equals zero" for b0, "taps[0*6+3] equals zero" for a0 with the section's number: then the state is filled
+ * and the sections before are prepared. */
+/** @{ */
+MOX_API void MOX_CALL moxsIirlInit(int32_t iirType, float* taps, int32_t order, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxdIirlInit(int32_t iirType, double* taps, int32_t order, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxcIirlInit(int32_t iirType, MoxC* taps, int32_t order, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxzIirlInit(int32_t iirType, MoxZ* taps, int32_t order, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxsIirlInitBq(int32_t iirType, float* taps, int32_t numQuads, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxdIirlInitBq(int32_t iirType, double* taps, int32_t numQuads, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxcIirlInitBq(int32_t iirType, MoxC* taps, int32_t numQuads, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxzIirlInitBq(int32_t iirType, MoxZ* taps, int32_t numQuads, IirTapState* tapStPtr);
+/** @} */
+/** @name Delay line
+ * dlyl[i] = 0, i = 0 ... order-1; for order 0 dlyl may be null. The function is that of the results' type.
+ * Checks: "tapStPtr==0", "dlyStPtr==0"; then "structure *tapStPtr wasn't initialized", "dlyl==0". */
+/** @{ */
+MOX_API void MOX_CALL moxsIirlInitDlyl(const IirTapState* tapStPtr, float* dlyl, IirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxdIirlInitDlyl(const IirTapState* tapStPtr, double* dlyl, IirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxcIirlInitDlyl(const IirTapState* tapStPtr, MoxC* dlyl, IirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxzIirlInitDlyl(const IirTapState* tapStPtr, MoxZ* dlyl, IirDlyState* dlyStPtr);
+/** @} */
+/** @name One sample
+ * The next result; 0 after a report. Checks: "tapStPtr==0", "dlyStPtr==0"; then "structure *tapStPtr wasn't
+ * initialized", "structure *dlyStPtr wasn't initialized". */
+/** @{ */
+MOX_API float MOX_CALL moxsIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, float samp);
+MOX_API double MOX_CALL moxdIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, double samp);
+MOX_API MoxC MOX_CALL moxcIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxzIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, MoxZ samp);
+MOX_API MoxC MOX_CALL moxscIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, float samp);
+MOX_API MoxC MOX_CALL moxcsIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxdzIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, double samp);
+MOX_API MoxZ MOX_CALL moxzdIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, MoxZ samp);
+/** @} */
+/** @name Blocks
+ * numIters samples; 0 does nothing. Checks: "tapStPtr==0", "dlyStPtr==0", "inSamps==0", "outSamps==0"; then "structure
+ * *tapStPtr wasn't initialized", "structure *dlyStPtr wasn't initialized", "numIters < 0". */
+/** @{ */
+MOX_API void MOX_CALL moxsbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const float* inSamps,
+                                float* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const double* inSamps,
+                                double* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const MoxC* inSamps,
+                                MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const MoxZ* inSamps,
+                                MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxscbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const float* inSamps,
+                                 MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcsbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const MoxC* inSamps,
+                                 MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdzbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const double* inSamps,
+                                 MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzdbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const MoxZ* inSamps,
+                                 MoxZ* outSamps, int32_t numIters);
+/** @} */
+/** @name Filters that own their memory: initialisation
+ * Init and InitBq as above on a copy of the taps, tapVals stays as it is; the delay line starts with zeros. Release
+ * with moxIirFree. @return the thread's status. Checks: "statePtr==0", "tapVals==0"; then "order < 0" or "numQuads <=
+ * 0", "iirType is out of range", "IIR filter state structure is already initialized! Use moxIirFree to free it". No
+ * memory: "insufficiency of memory for IIR filter state" (MOX_StsNoMem). A zero among the taps is reported as above,
+ * then a trace (MOX_StsBackTrace, no condition); the state stays uninitialised and owns nothing. */
+/** @{ */
+MOX_API int32_t MOX_CALL moxsIirInit(int32_t iirType, const float* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxdIirInit(int32_t iirType, const double* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxcIirInit(int32_t iirType, const MoxC* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxzIirInit(int32_t iirType, const MoxZ* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxscIirInit(int32_t iirType, const MoxC* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxcsIirInit(int32_t iirType, const float* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxdzIirInit(int32_t iirType, const MoxZ* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxzdIirInit(int32_t iirType, const double* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxsIirInitBq(int32_t iirType, const float* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxdIirInitBq(int32_t iirType, const double* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxcIirInitBq(int32_t iirType, const MoxC* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxzIirInitBq(int32_t iirType, const MoxZ* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxscIirInitBq(int32_t iirType, const MoxC* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxcsIirInitBq(int32_t iirType, const float* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxdzIirInitBq(int32_t iirType, const MoxZ* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxzdIirInitBq(int32_t iirType, const double* tapVals, int32_t numQuads, IirState* statePtr);
+/** @} */
+/** @name Filters that own their memory: filtering
+ * As the functions of the same kind above. Checks: "statePtr==0", then "IIR filter wasn't initialized". The block forms
+ * leave the checks of arrays and count to the functions above, add a trace when those fail, and return the thread's
+ * status. moxIirFree, whatever the status, releases the memory. */
+/** @{ */
+MOX_API float MOX_CALL moxsIir(IirState* statePtr, float samp);
+MOX_API double MOX_CALL moxdIir(IirState* statePtr, double samp);
+MOX_API MoxC MOX_CALL moxcIir(IirState* statePtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxzIir(IirState* statePtr, MoxZ samp);
+MOX_API MoxC MOX_CALL moxscIir(IirState* statePtr, float samp);
+MOX_API MoxC MOX_CALL moxcsIir(IirState* statePtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxdzIir(IirState* statePtr, double samp);
+MOX_API MoxZ MOX_CALL moxzdIir(IirState* statePtr, MoxZ samp);
+MOX_API int32_t MOX_CALL moxsbIir(IirState* statePtr, const float* inSamps, float* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxdbIir(IirState* statePtr, const double* inSamps, double* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxcbIir(IirState* statePtr, const MoxC* inSamps, MoxC* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxzbIir(IirState* statePtr, const MoxZ* inSamps, MoxZ* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxscbIir(IirState* statePtr, const float* inSamps, MoxC* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxcsbIir(IirState* statePtr, const MoxC* inSamps, MoxC* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxdzbIir(IirState* statePtr, const double* inSamps, MoxZ* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxzdbIir(IirState* statePtr, const MoxZ* inSamps, MoxZ* outSamps, int32_t numIters);
+MOX_API int32_t MOX_CALL moxIirFree(IirState* statePtr);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

@@ -196,6 +196,26 @@ struct Elementwise16 {
   uint64_t (*sumOfSquares)(const int16_t* src, size_t n);
 };
 
+// Recursive filters: n samples through one whose delay line is `delay`. Arrays hold parts of values. Sums run in
+// float64; delay values are widened when a call begins and rounded when it ends. in and out are the same array or apart
+// (apart where their types differ).
+//   biquads  size sections; taps: the gain, then a1, a2, b1, b2 of each; w = x - a1 d1 - a2 d2, y = w + b1 d1 + b2 d2;
+//   the
+//            delay line holds d1, d2 of each
+//   direct   size N; taps: b0 ... bN, a1 ... aN; y = b0 x + d[0], d[i-1] = d[i] + b_i x - a_i y, d[N] = 0
+// A delay line of more than 128 values is rounded at times during the call.
+template <class T>
+struct Iir {
+  using Filter = void (*)(const T* taps, size_t size, T* delay, const T* in, T* out, size_t n);
+  struct Form {
+    Filter biquads, direct;
+  };
+  Form real;
+  Form realTaps;  // complex samples
+  Form complex;
+  Form realSamples;  // complex taps, delay line and results
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -212,6 +232,8 @@ struct Kernels {
   Elementwise<float> elementwise32;
   Elementwise<double> elementwise64;
   Elementwise16 elementwise16;
+  Iir<float> iir32;
+  Iir<double> iir64;
   BitReversal bitReversal;
   Fft<float> fft32;
   Fft<double> fft64;

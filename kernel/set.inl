@@ -12,6 +12,7 @@ namespace {
 #include "kernel/dot.inl"
 #include "kernel/law.inl"
 #include "kernel/elementwise.inl"
+#include "kernel/iir.inl"
 #include "kernel/permute.inl"
 #include "kernel/fft.inl"
 }  // namespace
@@ -34,6 +35,8 @@ constinit const Kernels table = {
     .elementwise32 = elementwiseKernels<float>(),
     .elementwise64 = elementwiseKernels<double>(),
     .elementwise16 = elementwise16Kernels(),
+    .iir32 = iirKernels<float>(),
+    .iir64 = iirKernels<double>(),
     .bitReversal = bitReversal(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
