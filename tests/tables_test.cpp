@@ -2,10 +2,8 @@
 #include <thread>
 
 #include "frame/context.h"
+#include "tests/support/short_of_memory.h"
 #include "tests/transform_oracle.h"
-#if !defined(_WIN32)
-#  include <sys/resource.h>
-#endif
 
 using namespace moxtest;
 
@@ -335,34 +333,6 @@ TEST(Int16TwiddleTables, AreTruncatedToFourteenBits) {
 }
 
 // ---- short of memory
-
-#if !defined(_WIN32)
-// Keeps the process from growing by more than 256 MiB.
-class ShortOfMemory {
- public:
-  ShortOfMemory() {
-    getrlimit(RLIMIT_AS, &before_);
-    long pages = 0;
-    if (FILE* const f = std::fopen("/proc/self/statm", "r")) {
-      if (std::fscanf(f, "%ld", &pages) != 1) pages = 0;
-      std::fclose(f);
-    }
-    rlimit limit = before_;
-    limit.rlim_cur = static_cast<rlim_t>(pages) * 4096 + (rlim_t{256} << 20);
-    setrlimit(RLIMIT_AS, &limit);
-  }
-  ~ShortOfMemory() { setrlimit(RLIMIT_AS, &before_); }
-  ShortOfMemory(const ShortOfMemory&) = delete;
-  ShortOfMemory& operator=(const ShortOfMemory&) = delete;
-
- private:
-  rlimit before_;
-};
-#else
-struct ShortOfMemory {
-  ShortOfMemory() {}  // no 32-bit process has room for what the tests below ask for
-};
-#endif
 
 TYPED_TEST(TwiddleTables, ThatCannotBeHadAreReportedAndForgotten) {
   if (kSanitized) GTEST_SKIP() << "the sanitizer's allocator ends the process";

@@ -5,21 +5,10 @@
 #include <cmath>
 #include <complex>
 
+#include "tests/support/short_of_memory.h"
 #include "tests/support/support.h"
 
 namespace moxtest {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#  if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kSanitized = true;
-#  else
-constexpr bool kSanitized = false;
-#  endif
-#else
-constexpr bool kSanitized = false;
-#endif
 
 using Wide = std::complex<long double>;
 constexpr long double kPi = 3.14159265358979323846264338327950288L;
