@@ -148,6 +148,33 @@ struct Dot16 {
   void (*realComplex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
 };
 
+// A filter that takes every sample to `up` places (the first to upPhase), with zeros between, and every `down`th result
+// from downPhase on; 0 <= phase < factor. Tap k of branch b multiplies the k-th newest sample of those outputs that
+// b = (place - upPhase) mod up. In natural order it is taps[b + k up]; grouped, the branches stand one after another,
+// each with its last tap first.
+struct FirShape {
+  size_t taps, up, upPhase, down, downPhase;
+  bool grouped;
+};
+// x[j] = input[j], before that x[-1 - i] = newest[i step]; complex samples are two values, which `step` counts as one.
+template <class T>
+struct FirSignal {
+  const T* input;
+  const T* newest;
+  ptrdiff_t step;
+};
+// periods * down samples in, periods * up results out. No overlap; of the history as many samples are read as a branch
+// has taps at most (one less where both factors are 1). The sums run in float64 and in an order that depends on the
+// shape alone.
+template <class T>
+struct Fir {
+  using Block = void (*)(const FirShape& shape, const T* taps, const FirSignal<T>& signal, T* out, size_t periods);
+  Block real;
+  Block complexSamples;  // through real taps
+  Block complexTaps;     // on real samples
+  Block complex;
+};
+
 // One companding law (its codes stand in moxa1.h) for the four sample types; src and dst do not overlap.
 struct Companding {
   void (*encode16)(const int16_t* src, uint8_t* dst, size_t n);
@@ -228,6 +255,8 @@ struct Kernels {
   Dot<float> dot32;
   Dot<double> dot64;
   Dot16 dot16;
+  Fir<float> fir32;
+  Fir<double> fir64;
   Companding aLaw, muLaw;
   Elementwise<float> elementwise32;
   Elementwise<double> elementwise64;

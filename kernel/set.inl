@@ -10,6 +10,7 @@ namespace {
 #include "kernel/scale.inl"
 #include "kernel/int16.inl"
 #include "kernel/dot.inl"
+#include "kernel/fir.inl"
 #include "kernel/law.inl"
 #include "kernel/elementwise.inl"
 #include "kernel/iir.inl"
@@ -30,6 +31,8 @@ constinit const Kernels table = {
     .dot32 = dotKernels<float>(),
     .dot64 = dotKernels<double>(),
     .dot16 = dot16Kernels(),
+    .fir32 = firKernels<float>(),
+    .fir64 = firKernels<double>(),
     .aLaw = compandingKernels<ALaw>(),
     .muLaw = compandingKernels<MuLaw>(),
     .elementwise32 = elementwiseKernels<float>(),

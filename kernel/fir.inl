@@ -1,0 +1,377 @@
+// Finite impulse responses over blocks, in float64.
+//
+// Samples and taps are widened once per stretch into arrays on the stack; the loops see float64 only. Complex samples
+// stay interleaved, real taps serve both parts alike; a complex tap is two real ones, the imaginary one on the signal
+// times i. So every loop below is one of two, on real numbers:
+//
+//   slide   outputs at neighbouring places of the signal: a vector holds neighbouring outputs
+//   pick    outputs at places far apart: a vector holds neighbouring products of one output
+//
+// Every output adds its products in an order that depends on the filter alone, and is the same on every set.
+
+// Vectors of outputs at a time: as many sums as hide the latency of the additions, as far as there are registers.
+constexpr int kFirRows = sizeof(void*) == 4 ? 4 : kVecBytes == 64 ? 12 : 8;
+constexpr int kFirLanes = kLanes<double>;
+using FirVec = Vec<double, kFirLanes>;
+
+constexpr size_t kFirTaps = 256;  // a stretch of the filter
+constexpr size_t kFirSums = kFirRows * kFirLanes * (kVecBytes == 64 ? 6 : kVecBytes == 32 ? 16 : 32);
+constexpr size_t kFirWindow = 2048;  // a stretch of the signal, reals
+constexpr size_t kFirPad = 16;       // zeros behind it
+static_assert(kFirSums + 2 * kFirTaps + kFirPad <= kFirWindow && 8 * kFirTaps <= kFirWindow);
+
+// ---- slide: sums[i] = sum over k < count of taps[k] w[i - k step], i < n; step is 1 or 2
+
+// Rows that take a window of kFirLanes values at w + kFirLanes O: row O through tap 0, the row 8 values on through the
+// tap 8/step on, and so forth. One load serves them all.
+template <int Row, int R>
+MOX_INLINE void firAdd(FirVec (&sums)[R], FirVec x, FirVec tap) {
+  if constexpr (Row >= 0 && Row < R) sums[Row] = fma(x, tap, sums[Row]);
+}
+template <int O, int R, int... Q>
+MOX_INLINE void firWindow(FirVec (&sums)[R], const FirVec (&taps)[sizeof...(Q)], const double* w,
+                          std::integer_sequence<int, Q...>) {
+  const FirVec x = load<FirVec>(w + kFirLanes * O);
+  (firAdd<O + 8 / kFirLanes * Q>(sums, x, taps[Q]), ...);
+}
+template <int R, int Q, int... I>
+MOX_INLINE void firWindows(FirVec (&sums)[R], const FirVec (&taps)[Q], const double* w,
+                           std::integer_sequence<int, I...>) {
+  (firWindow<R - 1 - I>(sums, taps, w, std::make_integer_sequence<int, Q>{}), ...);
+}
+
+// The phases of a group of 8 Q / step taps: taps p, p + 8/step, p + 16/step ... for p = 0, 1, 2 ...
+template <int Q, int R>
+MOX_INLINE void firGroup(FirVec (&sums)[R], const double* taps, const double* w, size_t step) {
+  const size_t phases = 8 / step;
+  for (size_t p = 0; p < phases; ++p, w -= step) {
+    FirVec t[Q];
+#pragma GCC unroll 4
+    for (int q = 0; q < Q; ++q) t[q] = broadcast<FirVec>(taps[p + static_cast<size_t>(q) * phases]);
+    firWindows(sums, t, w, std::make_integer_sequence<int, R + 8 / kFirLanes*(Q - 1)>{});
+  }
+}
+
+template <int R>
+MOX_INLINE void firRows(FirVec (&sums)[R], const double* taps, size_t count, const double* w, size_t step) {
+  const size_t phases = 8 / step;
+  for (; count >= 4 * phases; count -= 4 * phases, taps += 4 * phases, w -= 32) firGroup<4>(sums, taps, w, step);
+  if (count >= 3 * phases) {
+    firGroup<3>(sums, taps, w, step);
+    count -= 3 * phases, taps += 3 * phases, w -= 24;
+  } else if (count >= 2 * phases) {
+    firGroup<2>(sums, taps, w, step);
+    count -= 2 * phases, taps += 2 * phases, w -= 16;
+  }
+  for (; count > 0; --count, ++taps, w -= step) {
+    const FirVec t[1] = {broadcast<FirVec>(*taps)};
+    firWindows(sums, t, w, std::make_integer_sequence<int, R>{});
+  }
+}
+
+MOX_INLINE void firStore(double* p, FirVec v) { store(p, v); }
+#if MOX_VEC_BYTES == 16
+MOX_INLINE void firStore(float* p, FirVec v) { _mm_storel_pi(reinterpret_cast<__m64*>(p), narrow(v)); }
+#else
+MOX_INLINE void firStore(float* p, FirVec v) { store(p, narrow(v)); }
+#endif
+
+template <int R, class Out>
+MOX_INLINE void firTile(const double* taps, size_t count, const double* w, size_t step, const double* before,
+                        Out* out) {
+  FirVec sums[R] = {};
+  if (before) {
+#pragma GCC unroll 16
+    for (int r = 0; r < R; ++r) sums[r] = load<FirVec>(before + r * kFirLanes);
+  }
+  firRows(sums, taps, count, w, step);
+#pragma GCC unroll 16
+  for (int r = 0; r < R; ++r) firStore(out + r * kFirLanes, sums[r]);
+}
+
+// Adds to `before` unless that is null, and may store there; w may be read up to the end of n's last vector.
+template <class Out>
+MOX_NOINLINE void firSlide(const double* taps, size_t count, const double* w, size_t step, const double* before,
+                           Out* out, size_t n) {
+  constexpr size_t kTile = kFirRows * kFirLanes, kSmall = kFirRows / 4 * kFirLanes;
+  size_t i = 0;
+  for (; i + kTile <= n; i += kTile) {
+    firTile<kFirRows>(taps, count, w + i, step, before ? before + i : nullptr, out + i);
+  }
+  if constexpr (kFirRows > 4) {
+    for (; i + kSmall <= n; i += kSmall) {
+      firTile<kFirRows / 4>(taps, count, w + i, step, before ? before + i : nullptr, out + i);
+    }
+  }
+  for (; i < n; i += kFirLanes) {
+    if (i + kFirLanes <= n) {
+      firTile<1>(taps, count, w + i, step, before ? before + i : nullptr, out + i);
+    } else {
+      double start[kFirLanes] = {};
+      Out last[kFirLanes];
+      for (size_t k = i; before && k < n; ++k) start[k - i] = before[k];
+      firTile<1>(taps, count, w + i, step, start, last);
+      for (size_t k = i; k < n; ++k) out[k] = last[k - i];
+    }
+  }
+}
+
+// ---- pick: sums[m] = sum over j < count of taps[j] w[m apart + j], m < n, on 8 lanes that are folded by halves; with
+// step 2 to two neighbours sums[2 m], sums[2 m + 1]. taps are followed by zeros up to a multiple of 8.
+
+template <int N>
+MOX_INLINE void firPickSome(const double* taps, size_t count, const double* w, size_t apart, size_t step, double* sums,
+                            bool add) {
+  constexpr int kVectors = 8 / kFirLanes;
+  FirVec lanes[N][kVectors] = {};
+  size_t j = 0;
+  for (; j + 8 <= count; j += 8) {
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors; ++v) {
+      const FirVec t = load<FirVec>(taps + j + static_cast<size_t>(v * kFirLanes));
+#pragma GCC unroll 4
+      for (int o = 0; o < N; ++o) {
+        const double* const x = w + static_cast<size_t>(o) * apart + j + static_cast<size_t>(v * kFirLanes);
+        lanes[o][v] = fma(load<FirVec>(x), t, lanes[o][v]);
+      }
+    }
+  }
+#pragma GCC unroll 4
+  for (int v = 0; v < kVectors; ++v) {
+    const size_t at = j + static_cast<size_t>(v * kFirLanes);
+    if (at >= count) break;
+    const FirVec t = load<FirVec>(taps + at);
+#pragma GCC unroll 4
+    for (int o = 0; o < N; ++o) {
+      const double* const x = w + static_cast<size_t>(o) * apart + at;
+      lanes[o][v] = fma(at + kFirLanes <= count ? load<FirVec>(x) : loadFew(x, count - at), t, lanes[o][v]);
+    }
+  }
+  using Two = Vec<double, 2>;
+#pragma GCC unroll 4
+  for (int o = 0; o < N; ++o) {
+    double l[8];
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors; ++v) store(l + v * kFirLanes, lanes[o][v]);
+    const Two sum = (load<Two>(l) + load<Two>(l + 4)) + (load<Two>(l + 2) + load<Two>(l + 6));
+    double* const to = sums + static_cast<size_t>(o) * step;
+    if (step == 2) {
+      to[0] = (add ? to[0] : 0) + sum[0];
+      to[1] = (add ? to[1] : 0) + sum[1];
+    } else {
+      to[0] = (add ? to[0] : 0) + (sum[0] + sum[1]);
+    }
+  }
+}
+
+void firPick(const double* taps, size_t count, const double* w, size_t apart, size_t step, double* sums, size_t n,
+             bool add) {
+  size_t m = 0;
+  for (; m + 4 <= n; m += 4) firPickSome<4>(taps, count, w + m * apart, apart, step, sums + m * step, add);
+  for (; m < n; ++m) firPickSome<1>(taps, count, w + m * apart, apart, step, sums + m * step, add);
+}
+
+// ---- the signal and the taps in float64
+
+// n reals from a contiguous array
+template <class T>
+MOX_INLINE void firWiden(const T* from, size_t n, double* to) {
+  size_t i = 0;
+  for (; i + kDotWidth <= n; i += kDotWidth) store(to + i, widened(from + i));
+  for (; i < n; ++i) to[i] = from[i];
+}
+
+// Samples `from` to from + n - 1, of S reals.
+template <size_t S, class T>
+void firSamples(const FirSignal<T>& signal, ptrdiff_t from, size_t n, double* to) {
+  for (; from < 0 && n > 0; ++from, --n, to += S) {
+    const T* const p = signal.newest + (-1 - from) * signal.step * static_cast<ptrdiff_t>(S);
+    for (size_t k = 0; k < S; ++k) to[k] = p[k];
+  }
+  if (n > 0) firWiden(signal.input + from * static_cast<ptrdiff_t>(S), n * S, to);
+}
+
+// n complex values times i
+void firTimesI(const double* from, size_t n, double* to) {
+  for (size_t i = 0; i < 2 * n; i += 2) {
+    const double re = from[i];
+    to[i] = -from[i + 1];
+    to[i + 1] = re;
+  }
+}
+
+// ---- blocks
+
+template <class T>
+MOX_INLINE const T* firTap(const FirShape& f, const T* taps, size_t branch, size_t k, size_t reals) {
+  if (!f.grouped) return taps + (branch + k * f.up) * reals;
+  const size_t least = f.taps / f.up, longer = f.taps % f.up;  // taps of a branch; branches with one more
+  const size_t count = least + (branch < longer);
+  const size_t start = branch * least + (branch < longer ? branch : longer);
+  return taps + (start + count - 1 - k) * reals;
+}
+
+// The window that is in the arrays: samples lo to hi - 1.
+template <size_t S, bool ComplexTaps>
+struct FirWindow {
+  static constexpr bool kTurned = S == 2 && ComplexTaps;
+  ptrdiff_t lo, hi;
+  alignas(64) double x[kFirWindow + kFirPad];
+  alignas(64) double ix[kTurned ? kFirWindow + kFirPad : 1];  // i x
+
+  // n reals are in x; zeros behind them, for the last vector of a slide reads on.
+  MOX_INLINE void finish(size_t n) {
+    for (size_t k = 0; k < kFirPad; ++k) x[n + k] = 0;
+    if constexpr (kTurned) firTimesI(x, n / 2 + kFirPad / 2, ix);
+  }
+  template <class T>
+  MOX_INLINE void hold(const FirSignal<T>& signal, ptrdiff_t from, ptrdiff_t to) {
+    if (from >= lo && to <= hi) return;
+    lo = from, hi = to;
+    firSamples<S>(signal, from, static_cast<size_t>(to - from), x);
+    finish(static_cast<size_t>(to - from) * S);
+  }
+};
+
+template <size_t S, bool ComplexTaps, class T>
+void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, T* out, size_t periods) {
+  constexpr bool kPlanes = S == 1 && ComplexTaps;  // real and imaginary parts of the output apart
+  constexpr size_t kOut = S == 2 || ComplexTaps ? 2 : 1;
+  constexpr size_t kTapReals = ComplexTaps ? 2 : 1;
+  FirWindow<S, ComplexTaps> window;
+  alignas(64) double re[2 * kFirTaps + 8], im[ComplexTaps ? 2 * kFirTaps + 8 : 1];
+  alignas(64) double sums[kFirSums], imSums[kPlanes ? kFirSums : 1];
+  window.lo = window.hi = 0;
+
+  const size_t up = f.up, down = f.down;
+  const bool slide = down == 1;
+  const size_t most = (f.taps - 1) / up + 1;  // taps of the longest branch
+  const size_t atOnce = most < kFirTaps ? most : kFirTaps;
+  // Outputs of one branch whose samples fit in the window: all samples, or where those between are many, each
+  // output's own.
+  const bool sparse = !slide && (down > up * atOnce || 5 * down + atOnce > kFirWindow / S);
+  size_t chunk = kFirSums / S;
+  if (sparse) {
+    const size_t fit = kFirWindow / (S * atOnce);
+    if (chunk > fit) chunk = fit;
+  } else if (!slide) {
+    const size_t fit = (kFirWindow / S - atOnce) / down - 1;
+    if (chunk > fit) chunk = fit;
+  }
+
+  // The first branch: downPhase - upPhase = newest up + branch, rounding down.
+  size_t firstBranch = f.downPhase - f.upPhase;
+  ptrdiff_t firstNewest = 0;
+  if (f.downPhase < f.upPhase) {
+    firstBranch += up;
+    firstNewest = -1;
+  } else {
+    firstNewest = static_cast<ptrdiff_t>(firstBranch / up);
+    firstBranch %= up;
+  }
+  const ptrdiff_t spread = static_cast<ptrdiff_t>(((up - 1) * uint64_t{down} + firstBranch) / up);
+  size_t heldBranch = up;  // whose taps are in re and im, where they are all there
+
+  for (size_t done = 0; done < periods; done += chunk) {
+    const size_t n = periods - done < chunk ? periods - done : chunk;
+    const ptrdiff_t base = static_cast<ptrdiff_t>(done * down), span = static_cast<ptrdiff_t>((n - 1) * down);
+    if (!sparse && most <= kFirTaps) {
+      const ptrdiff_t first = base + firstNewest;
+      window.hold(signal, first - static_cast<ptrdiff_t>(most - 1), first + spread + span + 1);
+    }
+    size_t branch = firstBranch;
+    ptrdiff_t newest = base + firstNewest;
+    for (size_t e = 0; e < up; ++e) {
+      const size_t count = branch < f.taps ? (f.taps - 1 - branch) / up + 1 : 0;
+      T* const to = out + (done * up + e) * kOut;
+      bool delivered = false;
+      for (size_t k0 = 0; k0 < count || k0 == 0; k0 += kFirTaps) {
+        const size_t k = count - k0 < kFirTaps ? count - k0 : kFirTaps;
+        const bool whole = k == count, add = k0 > 0;
+        if (!(whole && heldBranch == branch)) {
+          heldBranch = whole ? branch : up;
+          for (size_t i = 0; i < k; ++i) {
+            const T* const tap = firTap(f, taps, branch, k0 + i, kTapReals);
+            if (slide) {
+              re[i] = tap[0];
+              if constexpr (ComplexTaps) im[i] = tap[1];
+            } else {
+              for (size_t s = 0; s < S; ++s) {
+                re[(k - 1 - i) * S + s] = tap[0];
+                if constexpr (ComplexTaps) im[(k - 1 - i) * S + s] = tap[1];
+              }
+            }
+          }
+          for (size_t i = 0; !slide && i < 8; ++i) {
+            re[k * S + i] = 0;
+            if constexpr (ComplexTaps) im[k * S + i] = 0;
+          }
+        }
+        const ptrdiff_t oldest = newest - static_cast<ptrdiff_t>(k0 + k) + 1;
+        if (slide) {
+          if (k > 0) window.hold(signal, oldest, oldest + static_cast<ptrdiff_t>(k + n) - 1);
+          const size_t at = static_cast<size_t>(newest - static_cast<ptrdiff_t>(k0) - window.lo) * S;
+          if constexpr (kPlanes) {
+            firSlide<double>(re, k, window.x + at, S, add ? sums : nullptr, sums, n);
+            firSlide<double>(im, k, window.x + at, S, add ? imSums : nullptr, imSums, n);
+          } else {
+            const double* before = add ? sums : nullptr;
+            const bool direct = up == 1 && k0 + k == count;
+            if constexpr (ComplexTaps) {
+              firSlide<double>(re, k, window.x + at, S, before, sums, n * S);
+              before = sums;
+            }
+            const double* const x = ComplexTaps ? window.ix : window.x;
+            const double* const t = ComplexTaps ? im : re;
+            if (direct) {
+              firSlide<T>(t, k, x + at, S, before, to, n * S);
+              delivered = true;
+            } else {
+              firSlide<double>(t, k, x + at, S, before, sums, n * S);
+            }
+          }
+        } else {
+          size_t apart = down * S, at = 0;
+          if (sparse) {
+            apart = k * S;
+            for (size_t m = 0; m < n; ++m) {
+              firSamples<S>(signal, oldest + static_cast<ptrdiff_t>(m * down), k, window.x + m * apart);
+            }
+            window.finish(n * apart);
+          } else {
+            if (k > 0) window.hold(signal, oldest, newest - static_cast<ptrdiff_t>(k0) + span + 1);
+            at = static_cast<size_t>(oldest - window.lo) * S;
+          }
+          firPick(re, k * S, window.x + at, apart, S, sums, n, add);
+          if constexpr (kPlanes) {
+            firPick(im, k, window.x + at, apart, S, imSums, n, add);
+          } else if constexpr (ComplexTaps) {
+            firPick(im, k * S, window.ix + at, apart, S, sums, n, true);
+          }
+        }
+      }
+      if (!delivered) {
+        T* p = to;
+        for (size_t m = 0; m < n; ++m, p += up * kOut) {
+          if constexpr (kPlanes) {
+            p[0] = static_cast<T>(sums[m]);
+            p[1] = static_cast<T>(imSums[m]);
+          } else {
+            p[0] = static_cast<T>(sums[m * S]);
+            if constexpr (S == 2) p[1] = static_cast<T>(sums[m * S + 1]);
+          }
+        }
+      }
+      newest += static_cast<ptrdiff_t>((branch + down) / up);
+      branch = (branch + down) % up;
+    }
+  }
+}
+
+template <class T>
+constexpr Fir<T> firKernels() {
+  return {.real = firBlock<1, false, T>,
+          .complexSamples = firBlock<2, false, T>,
+          .complexTaps = firBlock<1, true, T>,
+          .complex = firBlock<2, true, T>};
+}
