@@ -803,6 +803,171 @@ MOX_API void MOX_CALL moxdMpyRCPerm3(const double* srcA, const double* srcB, dou
 /** @} */
 /** @} */
 
+/** @defgroup firl Finite impulse response, low level
+ * y[m] = sum over k < len of taps[k] * x[m-k], on two records of the caller's: one of taps and one of the delay line,
+ * both pointing at arrays of the caller's that are used in place. Taps stand in natural order, taps[0] at the newest
+ * sample.
+ *
+ * A multi-rate filter (one of its factors above 1) is this filter at the higher rate, between an up-sampler, which puts
+ * sample j at place upPhase + j * upFactor and zeros at the others, and a down-sampler, which takes the result at place
+ * downPhase + m * downFactor as output m; only products that are needed are formed. Places are counted from the
+ * beginning of each call.
+ *
+ * A delay line has its newest sample first inside; Set and Get see the oldest first, as an array of `visible` samples:
+ * len - 1 for a single-rate filter, ceil(taps / upFactor) for a multi-rate one. GetTaps and GetDlyl lock block
+ * filtering until the matching Set; InitDlyl does as well. So: Init or InitMr, InitDlyl, SetDlyl (null: silence), then
+ * any number of blocks.
+ *
+ * Type letters: `sc` and `dz` filter real samples through complex taps to complex results, `cs` and `zd` complex
+ * samples through real taps; the tap record is that of the taps' letter, the delay record that of the samples'.
+ *
+ * float32 filters sum in float64 and round once. In a block every result adds its products in an order that depends on
+ * the filter alone: one block, and the same samples in blocks of other lengths, give the same bits. A single sample
+ * takes the order of the dot products, so a float32 result may differ from the block's by one rounding, a float64
+ * result in the last places of its sum.
+ *
+ * Arrays of samples and results must not overlap each other, the taps or the delay line. The first check that fails
+ * reports, alone, and nothing is changed. Filters share a tap record between threads, not a delay record.
+ * @{ */
+
+/** A filter's taps. */
+typedef struct FirTapState {
+  void* taps;           /**< the caller's array, of the taps' type */
+  int32_t len;          /**< number of taps */
+  int32_t upFactor;     /**< 1 for a single-rate filter */
+  int32_t upPhase;      /**< 0 ... upFactor-1 */
+  int32_t downFactor;   /**< 1 for a single-rate filter */
+  int32_t downPhase;    /**< 0 ... downFactor-1 */
+  int32_t isMultiRate;  /**< 1 where one of the factors is above 1 */
+  int32_t isFilterMode; /**< 1 while block filtering is allowed */
+} FirTapState;
+/** A filter's delay line. */
+typedef struct FirDlyState {
+  void* dlyl;           /**< the caller's array, of the samples' type */
+  int32_t len;          /**< places in it: as many as taps, multi-rate ceil(taps / upFactor) */
+  int32_t isFilterMode; /**< 1 while it holds the history in internal order */
+} FirDlyState;
+
+/** @name A single-rate filter
+ * Checks: `taps` or `tapStPtr` null "Null buffer pointer"; `tapsLen` < 1 "Invalid array length". */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlInit(float* taps, int32_t tapsLen, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxcFirlInit(MoxC* taps, int32_t tapsLen, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxdFirlInit(double* taps, int32_t tapsLen, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxzFirlInit(MoxZ* taps, int32_t tapsLen, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxwFirlInit(int16_t* taps, int32_t tapsLen, FirTapState* tapStPtr);
+/** @} */
+/** @name A multi-rate filter
+ * Both factors 1 make a single-rate one. Checks: as Init, then a phase below 0 "Invalid phase value", a factor not
+ * above its phase "Invalid factor value". */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlInitMr(float* taps, int32_t tapsLen, int32_t upFactor, int32_t upPhase,
+                                     int32_t downFactor, int32_t downPhase, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxcFirlInitMr(MoxC* taps, int32_t tapsLen, int32_t upFactor, int32_t upPhase, int32_t downFactor,
+                                     int32_t downPhase, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxdFirlInitMr(double* taps, int32_t tapsLen, int32_t upFactor, int32_t upPhase,
+                                     int32_t downFactor, int32_t downPhase, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxzFirlInitMr(MoxZ* taps, int32_t tapsLen, int32_t upFactor, int32_t upPhase, int32_t downFactor,
+                                     int32_t downPhase, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxwFirlInitMr(int16_t* taps, int32_t tapsLen, int32_t upFactor, int32_t upPhase,
+                                     int32_t downFactor, int32_t downPhase, FirTapState* tapStPtr);
+/** @} */
+/** @name A delay line
+ * for filters of this shape. The array has room for `len` samples, one more than are visible of a single-rate filter;
+ * it is not touched. Check of this and the next four: a null pointer "Null buffer pointer" (but for the source of Set).
+ */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlInitDlyl(const FirTapState* tapStPtr, float* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxcFirlInitDlyl(const FirTapState* tapStPtr, MoxC* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxdFirlInitDlyl(const FirTapState* tapStPtr, double* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxzFirlInitDlyl(const FirTapState* tapStPtr, MoxZ* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxwFirlInitDlyl(const FirTapState* tapStPtr, int16_t* dlyl, FirDlyState* dlyStPtr);
+/** @} */
+/** @name Copies taps in
+ * null: zeros. `taps` may be the filter's own array. Block filtering is allowed again. */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlSetTaps(const float* taps, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxcFirlSetTaps(const MoxC* taps, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxdFirlSetTaps(const double* taps, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxzFirlSetTaps(const MoxZ* taps, FirTapState* tapStPtr);
+MOX_API void MOX_CALL moxwFirlSetTaps(const int16_t* taps, FirTapState* tapStPtr);
+/** @} */
+/** @name Copies taps out
+ * into `taps`, which may be the filter's own array. No block filtering until SetTaps. */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlGetTaps(FirTapState* tapStPtr, float* taps);
+MOX_API void MOX_CALL moxcFirlGetTaps(FirTapState* tapStPtr, MoxC* taps);
+MOX_API void MOX_CALL moxdFirlGetTaps(FirTapState* tapStPtr, double* taps);
+MOX_API void MOX_CALL moxzFirlGetTaps(FirTapState* tapStPtr, MoxZ* taps);
+MOX_API void MOX_CALL moxwFirlGetTaps(FirTapState* tapStPtr, int16_t* taps);
+/** @} */
+/** @name Sets the history
+ * to `dlyl`, oldest first, or to zeros (null). The filter's own array is reversed in place, unless it is in internal
+ * order. Block filtering is allowed again. */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlSetDlyl(const FirTapState* tapStPtr, const float* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxcFirlSetDlyl(const FirTapState* tapStPtr, const MoxC* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxdFirlSetDlyl(const FirTapState* tapStPtr, const double* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxzFirlSetDlyl(const FirTapState* tapStPtr, const MoxZ* dlyl, FirDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxwFirlSetDlyl(const FirTapState* tapStPtr, const int16_t* dlyl, FirDlyState* dlyStPtr);
+/** @} */
+/** @name Copies the history out
+ * oldest first; `dlyl` may be the filter's own array. Not in internal order, nothing is done; afterwards no block
+ * filtering until SetDlyl. */
+/** @{ */
+MOX_API void MOX_CALL moxsFirlGetDlyl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, float* dlyl);
+MOX_API void MOX_CALL moxcFirlGetDlyl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, MoxC* dlyl);
+MOX_API void MOX_CALL moxdFirlGetDlyl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, double* dlyl);
+MOX_API void MOX_CALL moxzFirlGetDlyl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, MoxZ* dlyl);
+MOX_API void MOX_CALL moxwFirlGetDlyl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, int16_t* dlyl);
+/** @} */
+/** @name One sample
+ * shifted into the delay line; the result is the sum of taps[k] * dlyl[k], k < len of the delay line. Neither the rates
+ * nor the locks are looked at. The int16 sum wraps in 32 bits; it takes the scale mode (see "Scale modes") where that
+ * holds the flag 2 (MOX_FixScale, MOX_FixScaleSat), in all other modes its low 16 bits are the result. Check: a null
+ * record "Null buffer pointer"; the result then is 0. */
+/** @{ */
+MOX_API float MOX_CALL moxsFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, float samp);
+MOX_API MoxC MOX_CALL moxcFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, MoxC samp);
+MOX_API double MOX_CALL moxdFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, double samp);
+MOX_API MoxZ MOX_CALL moxzFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, MoxZ samp);
+MOX_API MoxC MOX_CALL moxscFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, float samp);
+MOX_API MoxC MOX_CALL moxcsFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxdzFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, double samp);
+MOX_API MoxZ MOX_CALL moxzdFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, MoxZ samp);
+MOX_API int16_t MOX_CALL moxwFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, int16_t samp, int32_t scaleMode,
+                                  int32_t* scalePtr);
+/** @} */
+/** @name A block
+ * of numIters * downFactor samples to numIters * upFactor results (single-rate: numIters of both).
+ *
+ * The int16 form filters float32 copies of everything, in memory of its own, and brings the results back through the
+ * scale mode; where that is refused, results and delay line stay as they were.
+ *
+ * Checks: a null pointer "Null buffer pointer"; the delay line's or the taps' lock "Not filter mode"; `numIters` < 1
+ * "Invalid array length"; int16: no memory "Memory problem" (MOX_StsNoMem), then the reports of "moxsbUndScaling". */
+/** @{ */
+MOX_API void MOX_CALL moxsbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const float* inSamps,
+                                float* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const MoxC* inSamps, MoxC* outSamps,
+                                int32_t numIters);
+MOX_API void MOX_CALL moxdbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const double* inSamps,
+                                double* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const MoxZ* inSamps, MoxZ* outSamps,
+                                int32_t numIters);
+MOX_API void MOX_CALL moxscbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const float* inSamps,
+                                 MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcsbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const MoxC* inSamps,
+                                 MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdzbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const double* inSamps,
+                                 MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzdbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const MoxZ* inSamps,
+                                 MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxwbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStPtr, const int16_t* inSamps,
+                                int16_t* outSamps, int32_t numIters, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @} */
+
 /** @defgroup iir Recursive filters
  * Filters with feedback, as one direct form of order N or as a cascade of Q second-order sections (biquads):
  *
