@@ -243,6 +243,41 @@ struct Iir {
   Form realSamples;  // complex taps, delay line and results
 };
 
+// Between floating point and integers.
+enum class Rounding { nearest, zero, down, up };  // nearest: ties to even
+enum class IntegerType { int8, uint8, int16, uint16, int32, uint32 };
+enum class OutOfRange { keep, saturate, stop };
+
+template <class T>
+struct Conversion {
+  // dst[i] = src[i] * scale rounded, whatever the thread's rounding mode; scale is a power of two >= 1. What is out of
+  // range (moxa1.h) leaves dst as it is, or gives the nearest end of the range and NaN the lower one, or ends the call.
+  // Returns the number of elements done. dst may be src if the sizes are equal.
+  using ToIntegers = size_t (*)(const T* src, void* dst, size_t n, T scale, OutOfRange action);
+  ToIntegers toIntegers[4][6];  // by Rounding and IntegerType
+  // dst[i] = src[i] * scale, the conversion rounded to nearest; scale is a power of two <= 1.
+  using FromIntegers = void (*)(const void* src, T* dst, size_t n, T scale);
+  FromIntegers fromIntegers[6];  // by IntegerType
+};
+
+// n complex values and their parts, any bits. Only in real and imaginary may dst begin where src does.
+template <class T>
+struct Separation {
+  void (*real)(const T* src, T* dst, size_t n);
+  void (*imaginary)(const T* src, T* dst, size_t n);
+  void (*split)(const T* src, T* re, T* im, size_t n);
+  void (*join)(const T* re, const T* im, T* dst, size_t n);
+};
+
+// Of n complex int16 values: the low 16 bits of floor(sqrt(re^2 + im^2)), and atan2(im, re) * 16383/pi toward zero. dst
+// may begin where a source does.
+struct Polar16 {
+  void (*magnitude)(const int16_t* re, const int16_t* im, int16_t* dst, size_t n);
+  void (*magnitudeComplex)(const int16_t* src, int16_t* dst, size_t n);
+  void (*phase)(const int16_t* re, const int16_t* im, int16_t* dst, size_t n);
+  void (*phaseComplex)(const int16_t* src, int16_t* dst, size_t n);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -263,6 +298,12 @@ struct Kernels {
   Elementwise16 elementwise16;
   Iir<float> iir32;
   Iir<double> iir64;
+  Conversion<float> conversion32;
+  Conversion<double> conversion64;
+  Separation<float> separation32;
+  Separation<double> separation64;
+  Separation<int16_t> separation16;
+  Polar16 polar16;
   BitReversal bitReversal;
   Fft<float> fft32;
   Fft<double> fft64;

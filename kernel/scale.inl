@@ -19,8 +19,9 @@ MOX_INLINE void storeLowHalves(int16_t* dst, Int32s v0, Int32s v1) {
 }
 #else
 MOX_INLINE void storeLowHalves(int16_t* dst, Int32s v0, Int32s v1) {
-  store(dst, reinterpret_cast<Vec<int16_t, 16>>(_mm512_cvtepi32_epi16(reinterpret_cast<__m512i>(v0))));
-  store(dst + 16, reinterpret_cast<Vec<int16_t, 16>>(_mm512_cvtepi32_epi16(reinterpret_cast<__m512i>(v1))));
+  store(dst, reinterpret_cast<Vec<int16_t, 16>>(_mm512_maskz_cvtepi32_epi16(0xffff, reinterpret_cast<__m512i>(v0))));
+  store(dst + 16,
+        reinterpret_cast<Vec<int16_t, 16>>(_mm512_maskz_cvtepi32_epi16(0xffff, reinterpret_cast<__m512i>(v1))));
 }
 #endif
 
@@ -30,7 +31,7 @@ MOX_INLINE Int32s truncated(Floats v) { return reinterpret_cast<Int32s>(_mm_cvtt
 #elif MOX_VEC_BYTES == 32
 MOX_INLINE Int32s truncated(Floats v) { return reinterpret_cast<Int32s>(_mm256_cvttps_epi32(v)); }
 #else
-MOX_INLINE Int32s truncated(Floats v) { return reinterpret_cast<Int32s>(_mm512_cvttps_epi32(v)); }
+MOX_INLINE Int32s truncated(Floats v) { return reinterpret_cast<Int32s>(_mm512_maskz_cvttps_epi32(0xffff, v)); }
 #endif
 
 // The integral part as a float.

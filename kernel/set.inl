@@ -14,6 +14,7 @@ namespace {
 #include "kernel/law.inl"
 #include "kernel/elementwise.inl"
 #include "kernel/iir.inl"
+#include "kernel/convert.inl"
 #include "kernel/permute.inl"
 #include "kernel/fft.inl"
 }  // namespace
@@ -40,6 +41,12 @@ constinit const Kernels table = {
     .elementwise16 = elementwise16Kernels(),
     .iir32 = iirKernels<float>(),
     .iir64 = iirKernels<double>(),
+    .conversion32 = conversionKernels<float>(),
+    .conversion64 = conversionKernels<double>(),
+    .separation32 = separationKernels<float>(),
+    .separation64 = separationKernels<double>(),
+    .separation16 = separationKernels<int16_t>(),
+    .polar16 = polar16Kernels(),
     .bitReversal = bitReversal(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
