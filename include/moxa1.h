@@ -428,6 +428,145 @@ MOX_API MoxV MOX_CALL moxvwDotProd(const MoxV* srcA, const int16_t* srcB, int32_
                                    int32_t* scalePtr);
 /** @} */
 
+/** @defgroup conversion Conversion
+ * Between floating point and integers or fixed point, and between complex vectors and their parts, i = 0 ... len-1.
+ * Every function clears the thread's status before its checks. A result may replace a source array of the same element
+ * size; where a complex array is involved, that and the real parts' arrays must not overlap, but Real and Imag may
+ * write to the beginning of their source. Other overlaps are not allowed.
+ * @{ */
+
+/** Conversion flags, to be combined. Other bits are ignored where a rounding is asked for. */
+enum {
+  MOX_RoundNearest = 0x0080, /**< to the nearest integer, ties to even */
+  MOX_RoundZero = 0x0100,    /**< toward zero */
+  MOX_RoundDown = 0x0200,    /**< toward minus infinity */
+  MOX_RoundUp = 0x0400,      /**< toward plus infinity */
+  MOX_UnsignedInt = 0x0800,  /**< the integers are unsigned */
+  MOX_Saturate = 0x1000,     /**< what is out of range becomes the nearest integer of the type, NaN the lowest */
+  MOX_OverflowError = 0x2000 /**< what is out of range is reported, element by element */
+};
+
+/** @name Floating point to integers
+ * dst[i] = src[i] rounded by the one rounding in `flags`, whatever the thread's rounding mode. dst is an array of 8-,
+ * 16- or 32-bit integers (`intSize`). With low and high the type's lowest and highest value, x is in range when
+ *
+ *     MOX_RoundNearest  low - 1/2 < x < high + 1/2
+ *     MOX_RoundZero     low - 1 < x < high + 1
+ *     MOX_RoundDown     low <= x < high + 1
+ *     MOX_RoundUp       low - 1 < x <= high
+ *
+ * so that NaN and infinities are not. Out of range, MOX_Saturate stores low or high (NaN: low), else dst[i] stays as it
+ * is; MOX_OverflowError reports "A float exceeds an integer", of negative values for an unsigned type "A negative float
+ * cannot be converted to unsigned", once per element in their order, and goes on.
+ * Checks: "len<=0", "src==0", "dst==0", "Invalid size of an integer", "Invalid conversion flag" (not exactly one
+ * rounding). */
+/** @{ */
+MOX_API void MOX_CALL moxsbFloatToInt(const float* src, void* dst, int32_t len, int32_t intSize, int32_t flags);
+MOX_API void MOX_CALL moxdbFloatToInt(const double* src, void* dst, int32_t len, int32_t intSize, int32_t flags);
+/** @} */
+/** @name Floating point to fixed point
+ * As moxsbFloatToInt for src[i] * 2^fractBits, which is exact: 0 <= fractBits < fixSize, unsigned 0 <= fractBits <=
+ * fixSize. The report is "A float exceeds a fix-point".
+ * Checks: "len<=0", "src==0", "dst==0", "Invalid size of a fix-point", "Invalid conversion flag", "Invalid fractBits".
+ */
+/** @{ */
+MOX_API void MOX_CALL moxsbFloatToFix(const float* src, void* dst, int32_t len, int32_t fixSize, int32_t fractBits,
+                                      int32_t flags);
+MOX_API void MOX_CALL moxdbFloatToFix(const double* src, void* dst, int32_t len, int32_t fixSize, int32_t fractBits,
+                                      int32_t flags);
+/** @} */
+/** @name Floating point to signed fixed point of a fixed format
+ * 7, 15, 31 or (S1516) 16 fraction bits; MOX_UnsignedInt is ignored. moxdbFloatToS15Fix and moxdbFloatToS31Fix report
+ * as "moxdbFloaToS15Fix" and "moxdbFloaToS31Fix". Checks: "len<=0", "src==0", "dst==0", "Invalid conversion flag". */
+/** @{ */
+MOX_API void MOX_CALL moxsbFloatToS7Fix(const float* src, int8_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxsbFloatToS15Fix(const float* src, int16_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxsbFloatToS31Fix(const float* src, int32_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxsbFloatToS1516Fix(const float* src, int32_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxdbFloatToS7Fix(const double* src, int8_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxdbFloatToS15Fix(const double* src, int16_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxdbFloatToS31Fix(const double* src, int32_t* dst, int32_t len, int32_t flags);
+MOX_API void MOX_CALL moxdbFloatToS1516Fix(const double* src, int32_t* dst, int32_t len, int32_t flags);
+/** @} */
+/** @name Integers and fixed point to floating point
+ * dst[i] = src[i], dst[i] = src[i] / 2^fractBits: exact, but that float32 rounds 32-bit integers to nearest, ties to
+ * even, whatever the thread's rounding mode. `flags` is 0 or MOX_UnsignedInt.
+ * Checks: "len<=0", "src==0", "dst==0"; of IntToFloat "Invalid size of an integer", "Invalid conversion flag"; of
+ * FixToFloat "Invalid size of a fix-point", "Invalid conversion flag", "Invalid fractBits". */
+/** @{ */
+MOX_API void MOX_CALL moxsbIntToFloat(const void* src, float* dst, int32_t len, int32_t intSize, int32_t flags);
+MOX_API void MOX_CALL moxdbIntToFloat(const void* src, double* dst, int32_t len, int32_t intSize, int32_t flags);
+MOX_API void MOX_CALL moxsbFixToFloat(const void* src, float* dst, int32_t len, int32_t fixSize, int32_t fractBits,
+                                      int32_t flags);
+MOX_API void MOX_CALL moxdbFixToFloat(const void* src, double* dst, int32_t len, int32_t fixSize, int32_t fractBits,
+                                      int32_t flags);
+MOX_API void MOX_CALL moxsbS7FixToFloat(const int8_t* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxsbS15FixToFloat(const int16_t* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxsbS31FixToFloat(const int32_t* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxsbS1516FixToFloat(const int32_t* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxdbS7FixToFloat(const int8_t* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxdbS15FixToFloat(const int16_t* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxdbS31FixToFloat(const int32_t* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxdbS1516FixToFloat(const int32_t* src, double* dst, int32_t len);
+/** @} */
+
+/** @name Complex values and their parts
+ * Any bits. Real: dst[i] = src[i].re. Imag: dst[i] = src[i].im. CplxTo2Real: both. 2RealToCplx: dst[i] = (srcReal[i],
+ * srcImag[i]); a null source stands for zeros. Checks: "len<=0", then "src==0", "dst==0"; "src==0", "dstReal==0",
+ * "dstImag==0"; of 2RealToCplx "dst==0". */
+/** @{ */
+MOX_API void MOX_CALL moxcbReal(const MoxC* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxzbReal(const MoxZ* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxvbReal(const MoxV* src, int16_t* dst, int32_t len);
+MOX_API void MOX_CALL moxcbImag(const MoxC* src, float* dst, int32_t len);
+MOX_API void MOX_CALL moxzbImag(const MoxZ* src, double* dst, int32_t len);
+MOX_API void MOX_CALL moxvbImag(const MoxV* src, int16_t* dst, int32_t len);
+MOX_API void MOX_CALL moxcbCplxTo2Real(const MoxC* src, float* dstReal, float* dstImag, int32_t len);
+MOX_API void MOX_CALL moxzbCplxTo2Real(const MoxZ* src, double* dstReal, double* dstImag, int32_t len);
+MOX_API void MOX_CALL moxvbCplxTo2Real(const MoxV* src, int16_t* dstReal, int16_t* dstImag, int32_t len);
+MOX_API void MOX_CALL moxcb2RealToCplx(const float* srcReal, const float* srcImag, MoxC* dst, int32_t len);
+MOX_API void MOX_CALL moxzb2RealToCplx(const double* srcReal, const double* srcImag, MoxZ* dst, int32_t len);
+MOX_API void MOX_CALL moxvb2RealToCplx(const int16_t* srcReal, const int16_t* srcImag, MoxV* dst, int32_t len);
+/** @} */
+/** @name Polar form
+ * magnitude = sqrt(re^2 + im^2) without overflow or underflow on the way, that of float32 evaluated in float64 and
+ * rounded once; infinite where a part is and none is NaN. phase = atan2(im, re) in radians, in (-pi, pi]: signs of zero
+ * do not count, so negative real values give pi, and zero gives 0. PolarToCart: mag (cos phase, sin phase). All are at
+ * most one unit in the last place off (PolarToCart 1.5 without fused multiply-add).
+ *
+ * int16 magnitudes are truncated, and their low 16 bits stored: up to 46340, as unsigned numbers. int16 phases are
+ * atan2(im, re) * 16383 / pi truncated toward zero; pi gives 16383. Both are exact in every case.
+ *
+ * Checks: "len<=0", the sources in order ("src==0"; "srcReal==0", "srcImag==0"; "mag==0", "phase==0"), the destinations
+ * in order. moxsbrCartToPolar and moxdbrCartToPolar report as "moxsbrPolarToCart" and "moxdbrPolarToCart". */
+/** @{ */
+MOX_API void MOX_CALL moxcbCartToPolar(const MoxC* src, float* mag, float* phase, int32_t len);
+MOX_API void MOX_CALL moxzbCartToPolar(const MoxZ* src, double* mag, double* phase, int32_t len);
+MOX_API void MOX_CALL moxsbrCartToPolar(const float* srcReal, const float* srcImag, float* mag, float* phase,
+                                        int32_t len);
+MOX_API void MOX_CALL moxdbrCartToPolar(const double* srcReal, const double* srcImag, double* mag, double* phase,
+                                        int32_t len);
+MOX_API void MOX_CALL moxcbPolarToCart(const float* mag, const float* phase, MoxC* dst, int32_t len);
+MOX_API void MOX_CALL moxzbPolarToCart(const double* mag, const double* phase, MoxZ* dst, int32_t len);
+MOX_API void MOX_CALL moxsbrPolarToCart(const float* mag, const float* phase, float* dstReal, float* dstImag,
+                                        int32_t len);
+MOX_API void MOX_CALL moxdbrPolarToCart(const double* mag, const double* phase, double* dstReal, double* dstImag,
+                                        int32_t len);
+MOX_API void MOX_CALL moxcbMag(const MoxC* src, float* mag, int32_t len);
+MOX_API void MOX_CALL moxzbMag(const MoxZ* src, double* mag, int32_t len);
+MOX_API void MOX_CALL moxvbMag(const MoxV* src, int16_t* mag, int32_t len);
+MOX_API void MOX_CALL moxsbrMag(const float* srcReal, const float* srcImag, float* mag, int32_t len);
+MOX_API void MOX_CALL moxdbrMag(const double* srcReal, const double* srcImag, double* mag, int32_t len);
+MOX_API void MOX_CALL moxwbrMag(const int16_t* srcReal, const int16_t* srcImag, int16_t* mag, int32_t len);
+MOX_API void MOX_CALL moxcbPhase(const MoxC* src, float* phase, int32_t len);
+MOX_API void MOX_CALL moxzbPhase(const MoxZ* src, double* phase, int32_t len);
+MOX_API void MOX_CALL moxvbPhase(const MoxV* src, int16_t* phase, int32_t len);
+MOX_API void MOX_CALL moxsbrPhase(const float* srcReal, const float* srcImag, float* phase, int32_t len);
+MOX_API void MOX_CALL moxdbrPhase(const double* srcReal, const double* srcImag, double* phase, int32_t len);
+MOX_API void MOX_CALL moxwbrPhase(const int16_t* srcReal, const int16_t* srcImag, int16_t* phase, int32_t len);
+/** @} */
+/** @} */
+
 /** @defgroup companding A-law and mu-law
  * Companding by the segment laws of ITU-T G.711, i = 0 ... len-1. Samples are int16 values, the upper halves of int32
  * values or real values times 32768 truncated toward zero; larger ones (and NaN, as a negative) give the outermost code
