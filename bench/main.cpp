@@ -23,6 +23,7 @@ int main(int argc, char** argv) {
   // A failure shows as a wrong result.
   moxSetErrMode(MOX_ErrModeSilent);
   moxbench::registerArithmetic();
+  moxbench::registerConvert();
   moxbench::registerDotProd();
   moxbench::registerElementwise();
   moxbench::registerLnExp();

@@ -32,6 +32,8 @@ using Floats = __m512;
 using Doubles = __m512d;
 Floats exp(Floats x) { return Sleef_expf16_u10(x); }
 Floats ln(Floats x) { return Sleef_logf16_u10(x); }
+Floats phase(Floats im, Floats re) { return Sleef_atan2f16_u10(im, re); }
+auto sinCos(Floats x) { return Sleef_sincosf16_u10(x); }
 Doubles exp(Doubles x) { return Sleef_expd8_u10(x); }
 Doubles ln(Doubles x) { return Sleef_logd8_u10(x); }
 #elif defined(__AVX2__)
@@ -39,6 +41,8 @@ using Floats = __m256;
 using Doubles = __m256d;
 Floats exp(Floats x) { return Sleef_expf8_u10(x); }
 Floats ln(Floats x) { return Sleef_logf8_u10(x); }
+Floats phase(Floats im, Floats re) { return Sleef_atan2f8_u10(im, re); }
+auto sinCos(Floats x) { return Sleef_sincosf8_u10(x); }
 Doubles exp(Doubles x) { return Sleef_expd4_u10(x); }
 Doubles ln(Doubles x) { return Sleef_logd4_u10(x); }
 #else
@@ -46,6 +50,8 @@ using Floats = __m128;
 using Doubles = __m128d;
 Floats exp(Floats x) { return Sleef_expf4_u10(x); }
 Floats ln(Floats x) { return Sleef_logf4_u10(x); }
+Floats phase(Floats im, Floats re) { return Sleef_atan2f4_u10(im, re); }
+auto sinCos(Floats x) { return Sleef_sincosf4_u10(x); }
 Doubles exp(Doubles x) { return Sleef_expd2_u10(x); }
 Doubles ln(Doubles x) { return Sleef_logd2_u10(x); }
 #endif
@@ -87,6 +93,40 @@ void eigenSqrt(const double* src, double* dst, ptrdiff_t n) { out(dst, n) = in(s
 float eigenMean(const float* src, ptrdiff_t n) { return in(src, n).mean(); }
 float eigenMeanPower(const float* src, ptrdiff_t n) { return in(src, n).square().mean(); }
 float eigenMax(const float* src, ptrdiff_t n) { return in(src, n).maxCoeff(); }
+
+void eigenToInt16(const float* src, float scale, int16_t* dst, ptrdiff_t n) {
+  out(dst, n) = (in(src, n) * scale).max(-32768.0f).min(32767.0f).cast<int16_t>();
+}
+void eigenFromInt16(const int16_t* src, float scale, float* dst, ptrdiff_t n) {
+  out(dst, n) = in(src, n).cast<float>() * scale;
+}
+void eigenMagnitude(const float* src, float* dst, ptrdiff_t n) { out(dst, n) = in(complexes(src), n).abs(); }
+
+// n is a multiple of the vector's elements.
+void sleefPhase(const float* re, const float* im, float* dst, ptrdiff_t n) {
+  constexpr ptrdiff_t kStep = sizeof(Floats) / sizeof(float);
+  for (ptrdiff_t i = 0; i < n; i += kStep) {
+    Floats x, y;
+    std::memcpy(&x, re + i, sizeof x);
+    std::memcpy(&y, im + i, sizeof y);
+    x = phase(y, x);
+    std::memcpy(dst + i, &x, sizeof x);
+  }
+}
+void sleefToCartesian(const float* mag, const float* phases, float* dst, ptrdiff_t n) {
+  constexpr ptrdiff_t kStep = sizeof(Floats) / sizeof(float);
+  for (ptrdiff_t i = 0; i < n; i += kStep) {
+    Floats m, p;
+    std::memcpy(&m, mag + i, sizeof m);
+    std::memcpy(&p, phases + i, sizeof p);
+    const auto both = sinCos(p);
+    const Floats re = both.y * m, im = both.x * m;
+    for (ptrdiff_t k = 0; k < kStep; ++k) {
+      dst[2 * (i + k)] = re[k];
+      dst[2 * (i + k) + 1] = im[k];
+    }
+  }
+}
 
 void sleefExp(const float* src, float* dst, ptrdiff_t n) { map<Floats>(src, dst, n, exp); }
 void sleefExp(const double* src, double* dst, ptrdiff_t n) { map<Doubles>(src, dst, n, exp); }

@@ -2,6 +2,7 @@
 #pragma once
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 
 namespace moxbench {
 
@@ -24,6 +25,15 @@ void eigenSqrt(const double* src, double* dst, ptrdiff_t n);
 float eigenMean(const float* src, ptrdiff_t n);
 float eigenMeanPower(const float* src, ptrdiff_t n);
 float eigenMax(const float* src, ptrdiff_t n);
+
+// The nearest integer is not asked for: values are truncated.
+void eigenToInt16(const float* src, float scale, int16_t* dst, ptrdiff_t n);
+void eigenFromInt16(const int16_t* src, float scale, float* dst, ptrdiff_t n);
+void eigenMagnitude(const float* src, float* dst, ptrdiff_t n);  // of (re, im) pairs
+
+// atan2(im, re); mag (cos phase, sin phase) as pairs
+void sleefPhase(const float* re, const float* im, float* dst, ptrdiff_t n);
+void sleefToCartesian(const float* mag, const float* phase, float* dst, ptrdiff_t n);
 
 void sleefExp(const float* src, float* dst, ptrdiff_t n);
 void sleefExp(const double* src, double* dst, ptrdiff_t n);
