@@ -174,6 +174,9 @@ void firPick(const double* taps, size_t count, const double* w, size_t apart, si
 // ---- the signal and the taps in float64
 
 // n reals from a contiguous array
+MOX_INLINE void firWiden(const int16_t* from, size_t n, double* to) {
+  for (size_t i = 0; i < n; ++i) to[i] = from[i];
+}
 template <class T>
 MOX_INLINE void firWiden(const T* from, size_t n, double* to) {
   size_t i = 0;
@@ -197,6 +200,26 @@ void firTimesI(const double* from, size_t n, double* to) {
     const double re = from[i];
     to[i] = -from[i + 1];
     to[i + 1] = re;
+  }
+}
+
+// Results: rounded once, or integers modulo 2^32, which 1.5 2^52 leaves in the low half of a float64 below 2^51.
+MOX_INLINE void firResult(double sum, float* to) { *to = static_cast<float>(sum); }
+MOX_INLINE void firResult(double sum, double* to) { *to = sum; }
+MOX_INLINE void firResult(double sum, int32_t* to) {
+  const double shifted = sum + 0x1.8p52;
+  uint64_t bits;
+  __builtin_memcpy(&bits, &shifted, sizeof bits);
+  const uint32_t low = static_cast<uint32_t>(bits);
+  __builtin_memcpy(to, &low, sizeof low);
+}
+
+// Between stretches of taps: 256 products of int16 on top of an int32 stay far below 2^51.
+void firWrap(double* sums, size_t n) {
+  for (size_t i = 0; i < n; ++i) {
+    int32_t low;
+    firResult(sums[i], &low);
+    sums[i] = low;
   }
 }
 
@@ -233,8 +256,9 @@ struct FirWindow {
   }
 };
 
-template <size_t S, bool ComplexTaps, class T>
-void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, T* out, size_t periods) {
+template <size_t S, bool ComplexTaps, class T, class Out>
+void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, Out* out, size_t periods) {
+  constexpr bool kIntegers = !std::is_same_v<T, Out>;
   constexpr bool kPlanes = S == 1 && ComplexTaps;  // real and imaginary parts of the output apart
   constexpr size_t kOut = S == 2 || ComplexTaps ? 2 : 1;
   constexpr size_t kTapReals = ComplexTaps ? 2 : 1;
@@ -283,7 +307,7 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, T* o
     ptrdiff_t newest = base + firstNewest;
     for (size_t e = 0; e < up; ++e) {
       const size_t count = branch < f.taps ? (f.taps - 1 - branch) / up + 1 : 0;
-      T* const to = out + (done * up + e) * kOut;
+      Out* const to = out + (done * up + e) * kOut;
       bool delivered = false;
       for (size_t k0 = 0; k0 < count || k0 == 0; k0 += kFirTaps) {
         const size_t k = count - k0 < kFirTaps ? count - k0 : kFirTaps;
@@ -316,19 +340,19 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, T* o
             firSlide<double>(im, k, window.x + at, S, add ? imSums : nullptr, imSums, n);
           } else {
             const double* before = add ? sums : nullptr;
-            const bool direct = up == 1 && k0 + k == count;
             if constexpr (ComplexTaps) {
               firSlide<double>(re, k, window.x + at, S, before, sums, n * S);
               before = sums;
             }
             const double* const x = ComplexTaps ? window.ix : window.x;
             const double* const t = ComplexTaps ? im : re;
-            if (direct) {
-              firSlide<T>(t, k, x + at, S, before, to, n * S);
-              delivered = true;
-            } else {
-              firSlide<double>(t, k, x + at, S, before, sums, n * S);
+            bool direct = false;
+            if constexpr (!kIntegers) {
+              direct = up == 1 && k0 + k == count;
+              if (direct) firSlide<Out>(t, k, x + at, S, before, to, n * S);
             }
+            if (!direct) firSlide<double>(t, k, x + at, S, before, sums, n * S);
+            delivered = direct;
           }
         } else {
           size_t apart = down * S, at = 0;
@@ -349,16 +373,18 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, T* o
             firPick(im, k * S, window.ix + at, apart, S, sums, n, true);
           }
         }
+        if constexpr (kIntegers) {
+          if (k0 + k < count) firWrap(sums, n);
+        }
       }
       if (!delivered) {
-        T* p = to;
+        Out* p = to;
         for (size_t m = 0; m < n; ++m, p += up * kOut) {
+          firResult(sums[m * S], p);
           if constexpr (kPlanes) {
-            p[0] = static_cast<T>(sums[m]);
-            p[1] = static_cast<T>(imSums[m]);
-          } else {
-            p[0] = static_cast<T>(sums[m * S]);
-            if constexpr (S == 2) p[1] = static_cast<T>(sums[m * S + 1]);
+            firResult(imSums[m], p + 1);
+          } else if constexpr (S == 2) {
+            firResult(sums[m * S + 1], p + 1);
           }
         }
       }
@@ -370,8 +396,9 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, T* o
 
 template <class T>
 constexpr Fir<T> firKernels() {
-  return {.real = firBlock<1, false, T>,
-          .complexSamples = firBlock<2, false, T>,
-          .complexTaps = firBlock<1, true, T>,
-          .complex = firBlock<2, true, T>};
+  return {.real = firBlock<1, false, T, T>,
+          .complexSamples = firBlock<2, false, T, T>,
+          .complexTaps = firBlock<1, true, T, T>,
+          .complex = firBlock<2, true, T, T>};
 }
+constexpr Fir16 fir16Kernels() { return {.real = firBlock<1, false, int16_t, int32_t>}; }

@@ -175,6 +175,12 @@ struct Fir {
   Block complex;
 };
 
+// Sums modulo 2^32.
+struct Fir16 {
+  void (*real)(const FirShape& shape, const int16_t* taps, const FirSignal<int16_t>& signal, int32_t* out,
+               size_t periods);
+};
+
 // One companding law (its codes stand in moxa1.h) for the four sample types; src and dst do not overlap.
 struct Companding {
   void (*encode16)(const int16_t* src, uint8_t* dst, size_t n);
@@ -292,6 +298,7 @@ struct Kernels {
   Dot16 dot16;
   Fir<float> fir32;
   Fir<double> fir64;
+  Fir16 fir16;
   Companding aLaw, muLaw;
   Elementwise<float> elementwise32;
   Elementwise<double> elementwise64;

@@ -34,6 +34,7 @@ constinit const Kernels table = {
     .dot16 = dot16Kernels(),
     .fir32 = firKernels<float>(),
     .fir64 = firKernels<double>(),
+    .fir16 = fir16Kernels(),
     .aLaw = compandingKernels<ALaw>(),
     .muLaw = compandingKernels<MuLaw>(),
     .elementwise32 = elementwiseKernels<float>(),
