@@ -1107,6 +1107,153 @@ MOX_API void MOX_CALL moxwbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStP
 /** @} */
 /** @} */
 
+/** @defgroup fir Finite impulse response, filter object
+ * The filters of "Finite impulse response, low level" in one record that owns copies of its taps and of its history; a
+ * single sample costs a sum of products and no shift of the history. moxFirFree releases the buffers; an Init on a
+ * record in use does so first. Two records never share anything; a record must not be copied and used twice.
+ *
+ * The history is the `dlyLen` newest samples, oldest first: tapsLen - 1 of a single-rate filter, ceil(tapsLen /
+ * upFactor) of a multi-rate one. Blocks give the same bits as the low-level ones, single samples the sums of the dot
+ * products of reversed taps with the history.
+ *
+ * Type letters `sc`, `cs`, `dz`, `zd`: samples, then taps; the functions of the taps are those of the taps' letter, the
+ * functions of the history those of the samples'. The first check that fails reports, alone, and nothing is changed.
+ * @{ */
+
+/** Output e of every period of upFactor outputs. */
+typedef struct FirPhase {
+  int32_t branch;      /**< its taps are taps[branch + k * upFactor] */
+  int32_t len;         /**< how many they are */
+  int32_t start;       /**< its oldest sample in the first period, as an index into the history buffer */
+  int32_t offset;      /**< its taps in tapsBuf, the last one first */
+  int32_t len2;        /**< `len` */
+  void* taps16;        /**< int16 filters: the address of its taps */
+  int32_t reserved[3]; /**< 0 */
+} FirPhase;
+/** A filter. Its fields are the library's own. */
+typedef struct FirState {
+  int32_t upFactor, upPhase, downFactor, downPhase; /**< 1, 0, 1, 0 for a single-rate filter */
+  int32_t isMultiRate;                              /**< 1 where one of the factors is above 1 */
+  void* self;                                       /**< the record's own address while it is initialised */
+  int32_t tapsLen;                                  /**< number of taps */
+  void* tapsBuf;                                    /**< the taps, reversed; branch after branch if multi-rate */
+  int32_t tapsLen8;                                 /**< tapsLen rounded down to a multiple of 8 */
+  int32_t dlyLen;                                   /**< samples of history */
+  void *bufStart, *bufEnd;                          /**< the history buffer and its element bufLen */
+  void* histPtr;                                    /**< the oldest sample of the history */
+  int32_t bufLen;                                   /**< places that the history slides over */
+  int32_t pos16;                                    /**< int16 filters: index of the oldest sample */
+  FirPhase* phaseTable;                             /**< multi-rate: upFactor entries, else null */
+  int32_t tapsLen16;                                /**< int16 filters: tapsLen */
+  int32_t reserved[4];                              /**< 0 */
+} FirState;
+
+/** @name A single-rate filter
+ * with a copy of the taps (null: zeros) and of the history (null: zeros). Whatever the record held before, it must not
+ * be its own address in `self` unless it is initialised. Checks: "Null state pointer"; `tapsLen` < 1 "Invalid value";
+ * no memory "Allocation failure" (MOX_StsNoMem), which leaves the record uninitialised. */
+/** @{ */
+MOX_API void MOX_CALL moxsFirInit(const float* taps, int32_t tapsLen, const float* history, FirState* statePtr);
+MOX_API void MOX_CALL moxcFirInit(const MoxC* taps, int32_t tapsLen, const MoxC* history, FirState* statePtr);
+MOX_API void MOX_CALL moxdFirInit(const double* taps, int32_t tapsLen, const double* history, FirState* statePtr);
+MOX_API void MOX_CALL moxzFirInit(const MoxZ* taps, int32_t tapsLen, const MoxZ* history, FirState* statePtr);
+MOX_API void MOX_CALL moxscFirInit(const MoxC* taps, int32_t tapsLen, const float* history, FirState* statePtr);
+MOX_API void MOX_CALL moxcsFirInit(const float* taps, int32_t tapsLen, const MoxC* history, FirState* statePtr);
+MOX_API void MOX_CALL moxdzFirInit(const MoxZ* taps, int32_t tapsLen, const double* history, FirState* statePtr);
+MOX_API void MOX_CALL moxzdFirInit(const double* taps, int32_t tapsLen, const MoxZ* history, FirState* statePtr);
+MOX_API void MOX_CALL moxwFirInit(const int16_t* taps, int32_t tapsLen, const int16_t* history, FirState* statePtr);
+/** @} */
+/** @name A multi-rate filter
+ * Checks: "Null state pointer"; a factor below 1, a phase outside 0 ... factor-1, `tapsLen` < 1 "Invalid value";
+ * "Allocation failure". */
+/** @{ */
+MOX_API void MOX_CALL moxsFirInitMr(const float* taps, int32_t tapsLen, const float* history, int32_t upFactor,
+                                    int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxcFirInitMr(const MoxC* taps, int32_t tapsLen, const MoxC* history, int32_t upFactor,
+                                    int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxdFirInitMr(const double* taps, int32_t tapsLen, const double* history, int32_t upFactor,
+                                    int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxzFirInitMr(const MoxZ* taps, int32_t tapsLen, const MoxZ* history, int32_t upFactor,
+                                    int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxscFirInitMr(const MoxC* taps, int32_t tapsLen, const float* history, int32_t upFactor,
+                                     int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxcsFirInitMr(const float* taps, int32_t tapsLen, const MoxC* history, int32_t upFactor,
+                                     int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxdzFirInitMr(const MoxZ* taps, int32_t tapsLen, const double* history, int32_t upFactor,
+                                     int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxzdFirInitMr(const double* taps, int32_t tapsLen, const MoxZ* history, int32_t upFactor,
+                                     int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+MOX_API void MOX_CALL moxwFirInitMr(const int16_t* taps, int32_t tapsLen, const int16_t* history, int32_t upFactor,
+                                    int32_t upPhase, int32_t downFactor, int32_t downPhase, FirState* statePtr);
+/** @} */
+/** @name Taps and history
+ * Set takes null for zeros. Checks: "Null state pointer"; "Must have been initialized"; Get: "Null buffer pointer". */
+/** @{ */
+MOX_API void MOX_CALL moxsFirSetTaps(const float* taps, FirState* statePtr);
+MOX_API void MOX_CALL moxcFirSetTaps(const MoxC* taps, FirState* statePtr);
+MOX_API void MOX_CALL moxdFirSetTaps(const double* taps, FirState* statePtr);
+MOX_API void MOX_CALL moxzFirSetTaps(const MoxZ* taps, FirState* statePtr);
+MOX_API void MOX_CALL moxwFirSetTaps(const int16_t* taps, FirState* statePtr);
+MOX_API void MOX_CALL moxsFirGetTaps(const FirState* statePtr, float* taps);
+MOX_API void MOX_CALL moxcFirGetTaps(const FirState* statePtr, MoxC* taps);
+MOX_API void MOX_CALL moxdFirGetTaps(const FirState* statePtr, double* taps);
+MOX_API void MOX_CALL moxzFirGetTaps(const FirState* statePtr, MoxZ* taps);
+MOX_API void MOX_CALL moxwFirGetTaps(const FirState* statePtr, int16_t* taps);
+MOX_API void MOX_CALL moxsFirSetDlyl(const float* history, FirState* statePtr);
+MOX_API void MOX_CALL moxcFirSetDlyl(const MoxC* history, FirState* statePtr);
+MOX_API void MOX_CALL moxdFirSetDlyl(const double* history, FirState* statePtr);
+MOX_API void MOX_CALL moxzFirSetDlyl(const MoxZ* history, FirState* statePtr);
+MOX_API void MOX_CALL moxwFirSetDlyl(const int16_t* history, FirState* statePtr);
+MOX_API void MOX_CALL moxsFirGetDlyl(const FirState* statePtr, float* history);
+MOX_API void MOX_CALL moxcFirGetDlyl(const FirState* statePtr, MoxC* history);
+MOX_API void MOX_CALL moxdFirGetDlyl(const FirState* statePtr, double* history);
+MOX_API void MOX_CALL moxzFirGetDlyl(const FirState* statePtr, MoxZ* history);
+MOX_API void MOX_CALL moxwFirGetDlyl(const FirState* statePtr, int16_t* history);
+/** @} */
+/** @name One sample
+ * of a single-rate filter. (A multi-rate one sums over its first taps in internal order, for what that is worth.) The
+ * int16 sum wraps in 32 bits and takes the scale mode; its reports come from "moxiUndScaling" and give 0.
+ * Checks: "Null state pointer"; "Must have been initialized"; the result then is 0. */
+/** @{ */
+MOX_API float MOX_CALL moxsFir(FirState* statePtr, float samp);
+MOX_API MoxC MOX_CALL moxcFir(FirState* statePtr, MoxC samp);
+MOX_API double MOX_CALL moxdFir(FirState* statePtr, double samp);
+MOX_API MoxZ MOX_CALL moxzFir(FirState* statePtr, MoxZ samp);
+MOX_API MoxC MOX_CALL moxscFir(FirState* statePtr, float samp);
+MOX_API MoxC MOX_CALL moxcsFir(FirState* statePtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxdzFir(FirState* statePtr, double samp);
+MOX_API MoxZ MOX_CALL moxzdFir(FirState* statePtr, MoxZ samp);
+MOX_API int16_t MOX_CALL moxwFir(FirState* statePtr, int16_t samp, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @name A block
+ * of numIters * downFactor samples to numIters * upFactor results (single-rate: numIters of both), which do not
+ * overlap.
+ *
+ * int16: every sum wraps in 32 bits, then sum * 2^-f rounds down. f is the caller's factor where the mode holds the
+ * flag 2 (MOX_FixScale, MOX_FixScaleSat) and `scalePtr` is not null, else 0. MOX_AutoScale begins with f = 0; a result
+ * outside of 16 bits raises f by floor(log2 of its magnitude) - 14, for itself, for the results before it and for those
+ * to come; at the end f is written to `*scalePtr`. In all other modes the flag 1 saturates; without it the low 16 bits
+ * are kept.
+ *
+ * Checks: "Null state pointer"; "Must have been initialized"; "Null buffer pointer"; `numIters` < 1 "Invalid value";
+ * int16: MOX_AutoScale without a pointer "NULL==scalePtr". */
+/** @{ */
+MOX_API void MOX_CALL moxsbFir(FirState* statePtr, const float* inSamps, float* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcbFir(FirState* statePtr, const MoxC* inSamps, MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdbFir(FirState* statePtr, const double* inSamps, double* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzbFir(FirState* statePtr, const MoxZ* inSamps, MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxscbFir(FirState* statePtr, const float* inSamps, MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcsbFir(FirState* statePtr, const MoxC* inSamps, MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdzbFir(FirState* statePtr, const double* inSamps, MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzdbFir(FirState* statePtr, const MoxZ* inSamps, MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxwbFir(FirState* statePtr, const int16_t* inSamps, int16_t* outSamps, int32_t numIters,
+                               int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** Releases the buffers, whatever the thread's status is. Checks: "Null state pointer"; "Must have been initialized".
+ */
+MOX_API void MOX_CALL moxFirFree(FirState* statePtr);
+/** @} */
+
 /** @defgroup iir Recursive filters
  * Filters with feedback, as one direct form of order N or as a cascade of Q second-order sections (biquads):
  *
