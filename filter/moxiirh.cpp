@@ -1,74 +1,12 @@
 // Recursive filters that own their coefficients and their delay line, in one block of memory.
 #include <cstdlib>
-#include <cstring>
 
-#include "frame/check.h"
-#include "vector/element.h"
+#include "filter/iir_object.h"
 
 namespace mox {
 namespace {
 
 using IirObject = Here<"moxiirh">;
-
-constexpr int32_t kInitMark = 31725;
-constexpr const char kNotReady[] = "IIR filter wasn't initialized";
-
-// A filter from `count` coefficients, in front of a delay line of `length` values.
-template <class T, class O>
-int32_t initAny(int32_t iirType, const T* tapVals, int32_t size, uint64_t count, uint64_t length, IirState* statePtr,
-                void (*initTaps)(int32_t, T*, int32_t, IirTapState*),
-                void (*initDelay)(const IirTapState*, O*, IirDlyState*), Site site) {
-  const uint64_t bytes = count * sizeof(T) + length * sizeof(O);
-  T* const taps = bytes <= uint64_t{PTRDIFF_MAX} ? static_cast<T*>(std::malloc(static_cast<size_t>(bytes))) : nullptr;
-  if (!taps) {
-    report(site, MOX_StsNoMem, "insufficiency of memory for IIR filter state");
-    return context().status;
-  }
-  std::memcpy(taps, tapVals, static_cast<size_t>(count) * sizeof(T));
-  IirState state = {};
-  initTaps(iirType, taps, size, &state.tapSt);
-  if (context().status < 0) {
-    report(site, MOX_StsBackTrace, nullptr);
-    std::free(taps);
-    statePtr->initMark = 0;
-    return context().status;
-  }
-  initDelay(&state.tapSt, reinterpret_cast<O*>(taps + count), &state.dlySt);
-  state.initMark = kInitMark;
-  *statePtr = state;
-  return context().status;
-}
-
-constexpr const char kNoType[] = "iirType is out of range";
-constexpr const char kTwice[] = "IIR filter state structure is already initialized! Use moxIirFree to free it";
-bool isBadType(int32_t iirType) { return (iirType & ~1) != 0; }
-bool isReady(const IirState& state) { return state.initMark == kInitMark; }
-
-template <class T, class O>
-int32_t init(int32_t iirType, const T* tapVals, int32_t order, IirState* statePtr,
-             void (*initTaps)(int32_t, T*, int32_t, IirTapState*),
-             void (*initDelay)(const IirTapState*, O*, IirDlyState*), Site site = IirObject()) {
-  if (rejected(site, BAD_IF(statePtr==0), BAD_IF(tapVals==0))) return context().status;
-  if (rejected(site, BAD_IF(order < 0), check(isBadType(iirType), [] { return kNoType; }),
-                            check(isReady(*statePtr), [] { return kTwice; }))) {
-    return context().status;
-  }
-  const uint64_t n = static_cast<uint64_t>(order);
-  return initAny(iirType, tapVals, order, 2 * n + 2, n, statePtr, initTaps, initDelay, site);
-}
-
-template <class T, class O>
-int32_t initBiquads(int32_t iirType, const T* tapVals, int32_t numQuads, IirState* statePtr,
-                    void (*initTaps)(int32_t, T*, int32_t, IirTapState*),
-                    void (*initDelay)(const IirTapState*, O*, IirDlyState*), Site site = IirObject()) {
-  if (rejected(site, BAD_IF(statePtr==0), BAD_IF(tapVals==0))) return context().status;
-  if (rejected(site, BAD_IF(numQuads <= 0), check(isBadType(iirType), [] { return kNoType; }),
-                            check(isReady(*statePtr), [] { return kTwice; }))) {
-    return context().status;
-  }
-  const uint64_t quads = static_cast<uint64_t>(numQuads);
-  return initAny(iirType, tapVals, numQuads, 6 * quads, 2 * quads, statePtr, initTaps, initDelay, site);
-}
 
 template <class S, class O>
 O filter(IirState* statePtr, S samp, O (*filterOne)(const IirTapState*, const IirDlyState*, S),
@@ -109,53 +47,53 @@ using namespace mox;
 extern "C" {
 
 int32_t moxsIirInit(int32_t iirType, const float* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxsIirlInit, moxsIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxsIirlInit, moxsIirlInitDlyl, IirObject());
 }
 int32_t moxdIirInit(int32_t iirType, const double* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxdIirlInit, moxdIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxdIirlInit, moxdIirlInitDlyl, IirObject());
 }
 int32_t moxcIirInit(int32_t iirType, const MoxC* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxcIirlInit, moxcIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxcIirlInit, moxcIirlInitDlyl, IirObject());
 }
 int32_t moxzIirInit(int32_t iirType, const MoxZ* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxzIirlInit, moxzIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxzIirlInit, moxzIirlInitDlyl, IirObject());
 }
 int32_t moxscIirInit(int32_t iirType, const MoxC* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxcIirlInit, moxcIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxcIirlInit, moxcIirlInitDlyl, IirObject());
 }
 int32_t moxcsIirInit(int32_t iirType, const float* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxsIirlInit, moxcIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxsIirlInit, moxcIirlInitDlyl, IirObject());
 }
 int32_t moxdzIirInit(int32_t iirType, const MoxZ* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxzIirlInit, moxzIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxzIirlInit, moxzIirlInitDlyl, IirObject());
 }
 int32_t moxzdIirInit(int32_t iirType, const double* tapVals, int32_t order, IirState* statePtr) {
-  return init(iirType, tapVals, order, statePtr, moxdIirlInit, moxzIirlInitDlyl);
+  return init(iirType, tapVals, order, statePtr, moxdIirlInit, moxzIirlInitDlyl, IirObject());
 }
 
 int32_t moxsIirInitBq(int32_t iirType, const float* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxsIirlInitBq, moxsIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxsIirlInitBq, moxsIirlInitDlyl, IirObject());
 }
 int32_t moxdIirInitBq(int32_t iirType, const double* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxdIirlInitBq, moxdIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxdIirlInitBq, moxdIirlInitDlyl, IirObject());
 }
 int32_t moxcIirInitBq(int32_t iirType, const MoxC* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxcIirlInitBq, moxcIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxcIirlInitBq, moxcIirlInitDlyl, IirObject());
 }
 int32_t moxzIirInitBq(int32_t iirType, const MoxZ* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxzIirlInitBq, moxzIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxzIirlInitBq, moxzIirlInitDlyl, IirObject());
 }
 int32_t moxscIirInitBq(int32_t iirType, const MoxC* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxcIirlInitBq, moxcIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxcIirlInitBq, moxcIirlInitDlyl, IirObject());
 }
 int32_t moxcsIirInitBq(int32_t iirType, const float* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxsIirlInitBq, moxcIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxsIirlInitBq, moxcIirlInitDlyl, IirObject());
 }
 int32_t moxdzIirInitBq(int32_t iirType, const MoxZ* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxzIirlInitBq, moxzIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxzIirlInitBq, moxzIirlInitDlyl, IirObject());
 }
 int32_t moxzdIirInitBq(int32_t iirType, const double* tapVals, int32_t numQuads, IirState* statePtr) {
-  return initBiquads(iirType, tapVals, numQuads, statePtr, moxdIirlInitBq, moxzIirlInitDlyl);
+  return initBiquads(iirType, tapVals, numQuads, statePtr, moxdIirlInitBq, moxzIirlInitDlyl, IirObject());
 }
 
 float moxsIir(IirState* statePtr, float samp) { return filter(statePtr, samp, moxsIirl); }

@@ -1400,6 +1400,32 @@ MOX_API int32_t MOX_CALL moxdzbIir(IirState* statePtr, const double* inSamps, Mo
 MOX_API int32_t MOX_CALL moxzdbIir(IirState* statePtr, const MoxZ* inSamps, MoxZ* outSamps, int32_t numIters);
 MOX_API int32_t MOX_CALL moxIirFree(IirState* statePtr);
 /** @} */
+/** @name int16 samples
+ * The same with int16 taps and samples through float32: results are brought back to int16 by the scale mode (see "Scale
+ * modes"; its reports come from "moxsbUndScaling", clear the status before, and leave everything as it was).
+ *
+ * Low level: the prepared taps are truncated to int16 (and limited) in the caller's array, real numbers as they are
+ * divided; a zero among them changes nothing there. The delay line is rounded to int16, to nearest, ties to even, and
+ * limited, when a call ends. The calls copy taps, delay line and samples; no memory: "No memory for working array"
+ * (MOX_StsNoMem). Texts that differ: "order<0", "numQuads<=0".
+ *
+ * Filters that own their memory keep taps and delay line in float32. Block: "statePtr==0", "inSamps==0", "outSamps==0",
+ * then "numIters <= 0", "IIR filter wasn't initialized", then "insufficiency of memory for float copy inSamps (IIR
+ * filter) " and "insufficiency of memory for float copy outSamps (IIR filter) " (MOX_StsNoMem). */
+/** @{ */
+MOX_API void MOX_CALL moxwIirlInit(int32_t iirType, int16_t* taps, int32_t order, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxwIirlInitBq(int32_t iirType, int16_t* taps, int32_t numQuads, IirTapState* tapStPtr);
+MOX_API void MOX_CALL moxwIirlInitDlyl(const IirTapState* tapStPtr, int16_t* dlyl, IirDlyState* dlyStPtr);
+MOX_API int16_t MOX_CALL moxwIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, int16_t samp,
+                                  int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwbIirl(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, const int16_t* inSamps,
+                                int16_t* outSamps, int32_t numIters, int32_t scaleMode, int32_t* scalePtr);
+MOX_API int32_t MOX_CALL moxwIirInit(int32_t iirType, const int16_t* tapVals, int32_t order, IirState* statePtr);
+MOX_API int32_t MOX_CALL moxwIirInitBq(int32_t iirType, const int16_t* tapVals, int32_t numQuads, IirState* statePtr);
+MOX_API int16_t MOX_CALL moxwIir(IirState* statePtr, int16_t samp, int32_t scaleMode, int32_t* scalePtr);
+MOX_API int32_t MOX_CALL moxwbIir(IirState* statePtr, const int16_t* inSamps, int16_t* outSamps, int32_t numIters,
+                                  int32_t scaleMode, int32_t* scalePtr);
+/** @} */
 /** @} */
 
 #ifdef __cplusplus
