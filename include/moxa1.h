@@ -1428,6 +1428,324 @@ MOX_API int32_t MOX_CALL moxwbIir(IirState* statePtr, const int16_t* inSamps, in
 /** @} */
 /** @} */
 
+/** @defgroup lms Adaptive filters
+ * Filters with finite impulse response that adapt their taps by the leaky least-mean-squares rule. For every sample x,
+ * with h the taps, d the delay line (newest sample first) and e the error:
+ *
+ *     h[i] = (1 - leak) h[i] + step e conj(d[i + errDly])     i < tapsLen, d before x
+ *     d[i] = d[i-1], d[0] = x
+ *     y = sum over i < tapsLen of h[i] d[i]
+ *
+ * A multi-rate filter takes K = downFactor samples a step, d[0] the newest of them, and looks at the delay line from
+ * the place K - 1 - downPhase on. Mixed filters (`sc`, `dz`) have real samples and complex taps, errors and results.
+ *
+ * Sums run in float64, in an order that depends on the filter alone, and are rounded once. Taps are updated in float64
+ * and rounded when stored, so that a float32 filter's sums take the rounded taps; without leak the product of step and
+ * error is rounded to the taps' type first. `step` and `leak` are float32 in all filters but the int16 one. On
+ * processors without fused multiply-add results may differ in the last place. Samples and results must not overlap each
+ * other, taps or delay line.
+ *
+ * Nothing outside of a delay line's own length is read or written: where a delay line is too short for errDly, the
+ * missing samples are zeros. Of all checks the first that fails reports, alone; nothing is changed, and a result is 0.
+ * @{ */
+
+/** The taps of an adaptive filter, beginning like a FirTapState. */
+typedef struct LmsTapState {
+  void* taps;           /**< the caller's array, adapted in place, taps[0] at the newest sample */
+  int32_t len;          /**< number of taps */
+  int32_t upFactor;     /**< 1 */
+  int32_t upPhase;      /**< 0 */
+  int32_t downFactor;   /**< samples a step; 1 for a single-rate filter */
+  int32_t downPhase;    /**< 0 ... downFactor-1 */
+  int32_t isMultiRate;  /**< 1 where downFactor is above 1 */
+  int32_t isFilterMode; /**< 0 between GetTaps and SetTaps */
+  float leak;           /**< leakage factor; of the int16 filter an int16 in the lower half */
+  float step;           /**< step; of the int16 filter a shift, as an int16 in the lower half */
+  int32_t errDly;       /**< samples between the newest and the one that an error belongs to */
+  int32_t lmsType;      /**< the argument of that name; it selects nothing */
+} LmsTapState;
+/** The delay line of an adaptive filter, beginning like a FirDlyState. */
+typedef struct LmsDlyState {
+  void* dlyl;  /**< the caller's array, newest sample first */
+  int32_t len; /**< places in it: tapsLen, + errDly when made for adaptation, + downFactor of a multi-rate filter */
+  int32_t isFilterMode; /**< 0 between GetDlyl and SetDlyl */
+  int32_t adapt;        /**< the argument of that name */
+} LmsDlyState;
+/** An adaptive filter with its own taps and delay line. */
+typedef struct LmsState {
+  LmsTapState tapSt; /**< isFilterMode 1: there are taps */
+  LmsDlyState dlySt; /**< isFilterMode 1: there is a delay line */
+  union {
+    float s;
+    double d;
+    MoxC c;
+    MoxZ z;
+  } errVal; /**< the error of the latest step, of the results' type */
+} LmsState;
+
+/** @name Taps
+ * In the caller's array. Checks: null `taps` or `tapStPtr` "Null buffer pointer"; `tapsLen` < 1 "Invalid buffer
+ * length"; InitMr: `downPhase` < 0 or `downFactor` <= `downPhase` "Invalid factor value". */
+/** @{ */
+MOX_API void MOX_CALL moxsLmslInit(int32_t lmsType, float* taps, int32_t tapsLen, float step, float leak,
+                                   int32_t errDly, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxdLmslInit(int32_t lmsType, double* taps, int32_t tapsLen, float step, float leak,
+                                   int32_t errDly, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxcLmslInit(int32_t lmsType, MoxC* taps, int32_t tapsLen, float step, float leak, int32_t errDly,
+                                   LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxzLmslInit(int32_t lmsType, MoxZ* taps, int32_t tapsLen, float step, float leak, int32_t errDly,
+                                   LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxwLmslInit(int32_t lmsType, int16_t* taps, int32_t tapsLen, int16_t step, int16_t leak,
+                                   int32_t errDly, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxsLmslInitMr(int32_t lmsType, float* taps, int32_t tapsLen, float step, float leak,
+                                     int32_t errDly, int32_t downFactor, int32_t downPhase, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxdLmslInitMr(int32_t lmsType, double* taps, int32_t tapsLen, float step, float leak,
+                                     int32_t errDly, int32_t downFactor, int32_t downPhase, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxcLmslInitMr(int32_t lmsType, MoxC* taps, int32_t tapsLen, float step, float leak,
+                                     int32_t errDly, int32_t downFactor, int32_t downPhase, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxzLmslInitMr(int32_t lmsType, MoxZ* taps, int32_t tapsLen, float step, float leak,
+                                     int32_t errDly, int32_t downFactor, int32_t downPhase, LmsTapState* tapStPtr);
+/** @} */
+/** @name Delay line
+ * for a filter of this shape, of the samples' type; `adapt` not 0 makes room for errDly. The array has room for `len`
+ * samples and is not touched: SetDlyl fills all but the last place, which the first update reads; zero that as well.
+ * Check of this and the next four: a null pointer "Null buffer pointer" (but for the source of Set). */
+/** @{ */
+MOX_API void MOX_CALL moxsLmslInitDlyl(const LmsTapState* tapStPtr, float* dlyl, int32_t adapt, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxdLmslInitDlyl(const LmsTapState* tapStPtr, double* dlyl, int32_t adapt, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxcLmslInitDlyl(const LmsTapState* tapStPtr, MoxC* dlyl, int32_t adapt, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxzLmslInitDlyl(const LmsTapState* tapStPtr, MoxZ* dlyl, int32_t adapt, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxwLmslInitDlyl(const LmsTapState* tapStPtr, int16_t* dlyl, int32_t adapt,
+                                       LmsDlyState* dlyStPtr);
+/** @} */
+/** @name Copies taps in
+ * null: zeros. `taps` may be the filter's own array. */
+/** @{ */
+MOX_API void MOX_CALL moxsLmslSetTaps(const float* taps, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxdLmslSetTaps(const double* taps, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxcLmslSetTaps(const MoxC* taps, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxzLmslSetTaps(const MoxZ* taps, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxwLmslSetTaps(const int16_t* taps, LmsTapState* tapStPtr);
+/** @} */
+/** @name Copies taps out
+ * into `taps`, which may be the filter's own array. No block filtering, and no filtering of an object, until SetTaps.
+ */
+/** @{ */
+MOX_API void MOX_CALL moxsLmslGetTaps(LmsTapState* tapStPtr, float* taps);
+MOX_API void MOX_CALL moxdLmslGetTaps(LmsTapState* tapStPtr, double* taps);
+MOX_API void MOX_CALL moxcLmslGetTaps(LmsTapState* tapStPtr, MoxC* taps);
+MOX_API void MOX_CALL moxzLmslGetTaps(LmsTapState* tapStPtr, MoxZ* taps);
+/** @} */
+/** @name Sets the history
+ * to the len - 1 samples of `dlyl`, oldest first, or to zeros (null). The filter's own array is reversed in place,
+ * unless it is in internal order. */
+/** @{ */
+MOX_API void MOX_CALL moxsLmslSetDlyl(const LmsTapState* tapStPtr, const float* dlyl, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxdLmslSetDlyl(const LmsTapState* tapStPtr, const double* dlyl, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxcLmslSetDlyl(const LmsTapState* tapStPtr, const MoxC* dlyl, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxzLmslSetDlyl(const LmsTapState* tapStPtr, const MoxZ* dlyl, LmsDlyState* dlyStPtr);
+MOX_API void MOX_CALL moxwLmslSetDlyl(const LmsTapState* tapStPtr, const int16_t* dlyl, LmsDlyState* dlyStPtr);
+/** @} */
+/** @name Copies the history out
+ * oldest first, len - 1 samples; `dlyl` may be the filter's own array. Not in internal order, nothing is done;
+ * afterwards no block filtering, and no filtering of an object, until SetDlyl. */
+/** @{ */
+MOX_API void MOX_CALL moxsLmslGetDlyl(const LmsTapState* tapStPtr, LmsDlyState* dlyStPtr, float* dlyl);
+MOX_API void MOX_CALL moxdLmslGetDlyl(const LmsTapState* tapStPtr, LmsDlyState* dlyStPtr, double* dlyl);
+MOX_API void MOX_CALL moxcLmslGetDlyl(const LmsTapState* tapStPtr, LmsDlyState* dlyStPtr, MoxC* dlyl);
+MOX_API void MOX_CALL moxzLmslGetDlyl(const LmsTapState* tapStPtr, LmsDlyState* dlyStPtr, MoxZ* dlyl);
+/** @} */
+/** @name Step and leak
+ * of every filter but the int16 one. No checks, whatever the status. */
+/** @{ */
+MOX_API float MOX_CALL moxsLmslGetStep(const LmsTapState* tapStPtr);
+MOX_API float MOX_CALL moxsLmslGetLeak(const LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxsLmslSetStep(float step, LmsTapState* tapStPtr);
+MOX_API void MOX_CALL moxsLmslSetLeak(float leak, LmsTapState* tapStPtr);
+/** @} */
+/** @name One sample
+ * Updates the taps with the error, if the step is above zero (else there is no leakage either), then takes the sample
+ * and returns the result, at the input rate. The int16 form updates if the step s is 1 or more:
+ *
+ *     h[i] = h[i] + (d[i + errDly] e >> s)     saturated
+ *
+ * and saturates its 32-bit sum, which wraps. Check: a null record "Null buffer pointer". */
+/** @{ */
+MOX_API float MOX_CALL moxsLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, float samp, float err);
+MOX_API double MOX_CALL moxdLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, double samp, double err);
+MOX_API MoxC MOX_CALL moxcLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, MoxC samp, MoxC err);
+MOX_API MoxZ MOX_CALL moxzLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, MoxZ samp, MoxZ err);
+MOX_API MoxC MOX_CALL moxscLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, float samp, MoxC err);
+MOX_API MoxZ MOX_CALL moxdzLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, double samp, MoxZ err);
+MOX_API int16_t MOX_CALL moxwLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, int16_t samp, int16_t err);
+/** @} */
+/** @name One step of a multi-rate filter
+ * The same with downFactor samples. Check: a null pointer "Null buffer pointer". */
+/** @{ */
+MOX_API float MOX_CALL moxsbLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const float* inSamps,
+                                 float err);
+MOX_API double MOX_CALL moxdbLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const double* inSamps,
+                                  double err);
+MOX_API MoxC MOX_CALL moxcbLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const MoxC* inSamps,
+                                MoxC err);
+MOX_API MoxZ MOX_CALL moxzbLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const MoxZ* inSamps,
+                                MoxZ err);
+MOX_API MoxC MOX_CALL moxscbLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const float* inSamps,
+                                 MoxC err);
+MOX_API MoxZ MOX_CALL moxdzbLmsl(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const double* inSamps,
+                                 MoxZ err);
+/** @} */
+/** @name Filtering without adaptation
+ * One sample: the sum over the taps that the delay line has samples for. Blocks: moxsbFirl and its siblings on the same
+ * records, with their reports; the delay line of a single-rate filter is made with `adapt` 0. Mixed forms `cs`, `zd`:
+ * complex samples, real taps. Checks: a null pointer "Null buffer pointer"; `numIters` < 1 "Invalid buffer length". */
+/** @{ */
+MOX_API float MOX_CALL moxsLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, float samp);
+MOX_API double MOX_CALL moxdLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, double samp);
+MOX_API MoxC MOX_CALL moxcLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxzLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, MoxZ samp);
+MOX_API MoxC MOX_CALL moxscLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, float samp);
+MOX_API MoxC MOX_CALL moxcsLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxdzLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, double samp);
+MOX_API MoxZ MOX_CALL moxzdLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, MoxZ samp);
+MOX_API void MOX_CALL moxsbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const float* inSamps,
+                                  float* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const double* inSamps,
+                                  double* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const MoxC* inSamps,
+                                  MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const MoxZ* inSamps,
+                                  MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxscbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const float* inSamps,
+                                   MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxcsbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const MoxC* inSamps,
+                                   MoxC* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxdzbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const double* inSamps,
+                                   MoxZ* outSamps, int32_t numIters);
+MOX_API void MOX_CALL moxzdbLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const MoxZ* inSamps,
+                                   MoxZ* outSamps, int32_t numIters);
+/** @} */
+/** @name Filters that own their memory: initialisation
+ * with copies of `taps` (null: zeros) and of `dlyl` (as SetDlyl; null: zeros), the error 0. A record in use is not
+ * recognised: release it first. Checks: null `statePtr` "Null buffer pointer"; `tapsLen` < 1 "Invalid buffer length";
+ * InitMr: `downPhase` < 0 "Invalid phase value", `downFactor` <= `downPhase` "Invalid factor value"; no memory:
+ * "Problem to allocate memory" (MOX_StsNoMem), the record then owns nothing and is not ready. */
+/** @{ */
+MOX_API void MOX_CALL moxsLmsInit(int32_t lmsType, const float* taps, int32_t tapsLen, const float* dlyl, float step,
+                                  float leak, int32_t errDly, LmsState* statePtr);
+MOX_API void MOX_CALL moxdLmsInit(int32_t lmsType, const double* taps, int32_t tapsLen, const double* dlyl, float step,
+                                  float leak, int32_t errDly, LmsState* statePtr);
+MOX_API void MOX_CALL moxcLmsInit(int32_t lmsType, const MoxC* taps, int32_t tapsLen, const MoxC* dlyl, float step,
+                                  float leak, int32_t errDly, LmsState* statePtr);
+MOX_API void MOX_CALL moxzLmsInit(int32_t lmsType, const MoxZ* taps, int32_t tapsLen, const MoxZ* dlyl, float step,
+                                  float leak, int32_t errDly, LmsState* statePtr);
+MOX_API void MOX_CALL moxscLmsInit(int32_t lmsType, const MoxC* taps, int32_t tapsLen, const float* dlyl, float step,
+                                   float leak, int32_t errDly, LmsState* statePtr);
+MOX_API void MOX_CALL moxdzLmsInit(int32_t lmsType, const MoxZ* taps, int32_t tapsLen, const double* dlyl, float step,
+                                   float leak, int32_t errDly, LmsState* statePtr);
+MOX_API void MOX_CALL moxsLmsInitMr(int32_t lmsType, const float* taps, int32_t tapsLen, const float* dlyl, float step,
+                                    float leak, int32_t errDly, int32_t downFactor, int32_t downPhase,
+                                    LmsState* statePtr);
+MOX_API void MOX_CALL moxdLmsInitMr(int32_t lmsType, const double* taps, int32_t tapsLen, const double* dlyl,
+                                    float step, float leak, int32_t errDly, int32_t downFactor, int32_t downPhase,
+                                    LmsState* statePtr);
+MOX_API void MOX_CALL moxcLmsInitMr(int32_t lmsType, const MoxC* taps, int32_t tapsLen, const MoxC* dlyl, float step,
+                                    float leak, int32_t errDly, int32_t downFactor, int32_t downPhase,
+                                    LmsState* statePtr);
+MOX_API void MOX_CALL moxzLmsInitMr(int32_t lmsType, const MoxZ* taps, int32_t tapsLen, const MoxZ* dlyl, float step,
+                                    float leak, int32_t errDly, int32_t downFactor, int32_t downPhase,
+                                    LmsState* statePtr);
+MOX_API void MOX_CALL moxscLmsInitMr(int32_t lmsType, const MoxC* taps, int32_t tapsLen, const float* dlyl, float step,
+                                     float leak, int32_t errDly, int32_t downFactor, int32_t downPhase,
+                                     LmsState* statePtr);
+MOX_API void MOX_CALL moxdzLmsInitMr(int32_t lmsType, const MoxZ* taps, int32_t tapsLen, const double* dlyl, float step,
+                                     float leak, int32_t errDly, int32_t downFactor, int32_t downPhase,
+                                     LmsState* statePtr);
+/** @} */
+/** @name Filters that own their memory: release
+ * Whatever the status; once more, or of null, does nothing. */
+/** @{ */
+MOX_API void MOX_CALL moxLmsFree(LmsState* statePtr);
+/** @} */
+/** @name Filters that own their memory: taps, history, step, leak and error
+ * As above on the embedded records; of mixed filters with the letters of taps and samples. Step, leak and error
+ * whatever the status; the error has the letter of the results. Checks: a null pointer "Null buffer pointer" (not the
+ * source of Set; step and leak have no checks). */
+/** @{ */
+MOX_API void MOX_CALL moxsLmsSetTaps(const float* taps, LmsState* statePtr);
+MOX_API void MOX_CALL moxdLmsSetTaps(const double* taps, LmsState* statePtr);
+MOX_API void MOX_CALL moxcLmsSetTaps(const MoxC* taps, LmsState* statePtr);
+MOX_API void MOX_CALL moxzLmsSetTaps(const MoxZ* taps, LmsState* statePtr);
+MOX_API void MOX_CALL moxsLmsGetTaps(LmsState* statePtr, float* taps);
+MOX_API void MOX_CALL moxdLmsGetTaps(LmsState* statePtr, double* taps);
+MOX_API void MOX_CALL moxcLmsGetTaps(LmsState* statePtr, MoxC* taps);
+MOX_API void MOX_CALL moxzLmsGetTaps(LmsState* statePtr, MoxZ* taps);
+MOX_API void MOX_CALL moxsLmsSetDlyl(const float* dlyl, LmsState* statePtr);
+MOX_API void MOX_CALL moxdLmsSetDlyl(const double* dlyl, LmsState* statePtr);
+MOX_API void MOX_CALL moxcLmsSetDlyl(const MoxC* dlyl, LmsState* statePtr);
+MOX_API void MOX_CALL moxzLmsSetDlyl(const MoxZ* dlyl, LmsState* statePtr);
+MOX_API void MOX_CALL moxsLmsGetDlyl(LmsState* statePtr, float* dlyl);
+MOX_API void MOX_CALL moxdLmsGetDlyl(LmsState* statePtr, double* dlyl);
+MOX_API void MOX_CALL moxcLmsGetDlyl(LmsState* statePtr, MoxC* dlyl);
+MOX_API void MOX_CALL moxzLmsGetDlyl(LmsState* statePtr, MoxZ* dlyl);
+MOX_API float MOX_CALL moxsLmsGetStep(const LmsState* statePtr);
+MOX_API float MOX_CALL moxsLmsGetLeak(const LmsState* statePtr);
+MOX_API void MOX_CALL moxsLmsSetStep(float step, LmsState* statePtr);
+MOX_API void MOX_CALL moxsLmsSetLeak(float leak, LmsState* statePtr);
+MOX_API float MOX_CALL moxsLmsGetErrVal(const LmsState* statePtr);
+MOX_API double MOX_CALL moxdLmsGetErrVal(const LmsState* statePtr);
+MOX_API MoxC MOX_CALL moxcLmsGetErrVal(const LmsState* statePtr);
+MOX_API MoxZ MOX_CALL moxzLmsGetErrVal(const LmsState* statePtr);
+MOX_API void MOX_CALL moxsLmsSetErrVal(float errVal, LmsState* statePtr);
+MOX_API void MOX_CALL moxdLmsSetErrVal(double errVal, LmsState* statePtr);
+MOX_API void MOX_CALL moxcLmsSetErrVal(MoxC errVal, LmsState* statePtr);
+MOX_API void MOX_CALL moxzLmsSetErrVal(MoxZ errVal, LmsState* statePtr);
+/** @} */
+/** @name Filters that own their memory: the caller's error
+ * moxsLmsl and moxsbLmsl and their siblings on the embedded records. Checks: a null pointer "Null buffer pointer";
+ * "Taps state structure is not initialized", "Delay line state structure is not initialized". */
+/** @{ */
+MOX_API float MOX_CALL moxsLms(const LmsState* statePtr, float samp, float err);
+MOX_API double MOX_CALL moxdLms(const LmsState* statePtr, double samp, double err);
+MOX_API MoxC MOX_CALL moxcLms(const LmsState* statePtr, MoxC samp, MoxC err);
+MOX_API MoxZ MOX_CALL moxzLms(const LmsState* statePtr, MoxZ samp, MoxZ err);
+MOX_API MoxC MOX_CALL moxscLms(const LmsState* statePtr, float samp, MoxC err);
+MOX_API MoxZ MOX_CALL moxdzLms(const LmsState* statePtr, double samp, MoxZ err);
+MOX_API float MOX_CALL moxsbLms(const LmsState* statePtr, const float* inSamps, float err);
+MOX_API double MOX_CALL moxdbLms(const LmsState* statePtr, const double* inSamps, double err);
+MOX_API MoxC MOX_CALL moxcbLms(const LmsState* statePtr, const MoxC* inSamps, MoxC err);
+MOX_API MoxZ MOX_CALL moxzbLms(const LmsState* statePtr, const MoxZ* inSamps, MoxZ err);
+MOX_API MoxC MOX_CALL moxscbLms(const LmsState* statePtr, const float* inSamps, MoxC err);
+MOX_API MoxZ MOX_CALL moxdzbLms(const LmsState* statePtr, const double* inSamps, MoxZ err);
+/** @} */
+/** @name Filters that own their memory: a desired signal
+ * The error is kept: every step, one sample at the input rate, updates with the error before, whatever the sign of
+ * `step`, and leaves errVal = desired - y with the rounded y. Blocks are numIters steps of downFactor samples each, one
+ * desired value and one result a step; their errors are differences from unrounded sums, rounded at the end. Checks:
+ * null `statePtr` "Null buffer pointer"; "Taps state structure is not initialized", "Delay line state structure is not
+ * initialized"; a null array "Null buffer pointer"; `numIters` < 1 "Bad value of number of iterations". */
+/** @{ */
+MOX_API float MOX_CALL moxsLmsDes(LmsState* statePtr, float samp, float des);
+MOX_API double MOX_CALL moxdLmsDes(LmsState* statePtr, double samp, double des);
+MOX_API MoxC MOX_CALL moxcLmsDes(LmsState* statePtr, MoxC samp, MoxC des);
+MOX_API MoxZ MOX_CALL moxzLmsDes(LmsState* statePtr, MoxZ samp, MoxZ des);
+MOX_API MoxC MOX_CALL moxscLmsDes(LmsState* statePtr, float samp, MoxC des);
+MOX_API MoxZ MOX_CALL moxdzLmsDes(LmsState* statePtr, double samp, MoxZ des);
+MOX_API void MOX_CALL moxsbLmsDes(LmsState* statePtr, const float* inSamps, const float* desSamps, float* outSamps,
+                                  int32_t numIters);
+MOX_API void MOX_CALL moxdbLmsDes(LmsState* statePtr, const double* inSamps, const double* desSamps, double* outSamps,
+                                  int32_t numIters);
+MOX_API void MOX_CALL moxcbLmsDes(LmsState* statePtr, const MoxC* inSamps, const MoxC* desSamps, MoxC* outSamps,
+                                  int32_t numIters);
+MOX_API void MOX_CALL moxzbLmsDes(LmsState* statePtr, const MoxZ* inSamps, const MoxZ* desSamps, MoxZ* outSamps,
+                                  int32_t numIters);
+MOX_API void MOX_CALL moxscbLmsDes(LmsState* statePtr, const float* inSamps, const MoxC* desSamps, MoxC* outSamps,
+                                   int32_t numIters);
+MOX_API void MOX_CALL moxdzbLmsDes(LmsState* statePtr, const double* inSamps, const MoxZ* desSamps, MoxZ* outSamps,
+                                   int32_t numIters);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

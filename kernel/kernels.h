@@ -284,6 +284,28 @@ struct Polar16 {
   void (*phaseComplex)(const int16_t* src, int16_t* dst, size_t n);
 };
 
+// Filters that adapt by the leaky least-mean-squares rule. d is the delay line, newest sample first; places outside of
+// it hold 0.
+struct LmsShape {
+  size_t taps;
+  size_t length;      // of the delay line
+  size_t down;        // new samples a period
+  size_t first;       // the place in the delay line of tap 0
+  size_t past;        // the place of the sample that tap 0 adapts to
+  double step, leak;
+};
+// periods times: taps[i] = (1 - leak) taps[i] + step error conj(d[past + i]), i < taps; `down` samples of `in` enter d;
+// out = sum of taps[i] d[first + i], in float64; error = desired - that sum, unless desired is null. Each step is rounded
+// to T, the error is not. Arrays hold parts of values and do not overlap.
+template <class T>
+struct Lms {
+  using Run = void (*)(const LmsShape& shape, T* taps, T* dlyl, const T* in, const T* desired, T* out, double* error,
+                       size_t periods);
+  Run real;
+  Run complex;
+  Run realSamples;  // complex taps
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -311,6 +333,8 @@ struct Kernels {
   Separation<double> separation64;
   Separation<int16_t> separation16;
   Polar16 polar16;
+  Lms<float> lms32;
+  Lms<double> lms64;
   BitReversal bitReversal;
   Fft<float> fft32;
   Fft<double> fft64;

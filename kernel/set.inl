@@ -15,6 +15,7 @@ namespace {
 #include "kernel/elementwise.inl"
 #include "kernel/iir.inl"
 #include "kernel/convert.inl"
+#include "kernel/lms.inl"
 #include "kernel/permute.inl"
 #include "kernel/fft.inl"
 }  // namespace
@@ -48,6 +49,8 @@ constinit const Kernels table = {
     .separation64 = separationKernels<double>(),
     .separation16 = separationKernels<int16_t>(),
     .polar16 = polar16Kernels(),
+    .lms32 = lmsKernels<float>(),
+    .lms64 = lmsKernels<double>(),
     .bitReversal = bitReversal(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
