@@ -29,6 +29,8 @@ int main(int argc, char** argv) {
   moxbench::registerLnExp();
   moxbench::registerLaw();
   moxbench::registerFft();
+  moxbench::registerIir();
+  moxbench::registerLms();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

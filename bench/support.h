@@ -60,7 +60,9 @@ void registerConvert();
 void registerDotProd();
 void registerElementwise();
 void registerFft();
+void registerIir();
 void registerLaw();
+void registerLms();
 void registerLnExp();
 
 }  // namespace moxbench
