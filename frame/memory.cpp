@@ -8,9 +8,12 @@
 namespace mox {
 namespace {
 
-// A block: up to 7 bytes of padding, the address that malloc gave, the caller's bytes from a multiple of 8 on.
+// A block: padding, the address that malloc gave, the caller's bytes from a multiple of 8 on, 4 to 11 bytes in.
+// Addresses of 8 bytes have their room, because malloc's own are multiples of 8 then: the caller's bytes start 8 bytes
+// in.
 constexpr size_t kAlignment = 8;
-constexpr size_t kOverhead = sizeof(void*) + kAlignment;
+constexpr size_t kOverhead = 12;
+static_assert(sizeof(void*) == 4 || alignof(std::max_align_t) >= kAlignment);
 
 void* allocate(int64_t bytes) {
   if (bytes > static_cast<int64_t>(PTRDIFF_MAX - kOverhead)) return nullptr;

@@ -224,7 +224,6 @@ TEST(Frame, EveryFailedCheckReportsAndTheStatusSticks) {
 template <class T>
 void checkBlocks(T*(MOX_CALL* allocate)(int32_t), int32_t elementSize) {
   SCOPED_TRACE(elementSize);
-  constexpr size_t word = sizeof(void*);
   std::vector<T*> blocks;
   for (int32_t n = 0; n < 70; ++n) {
     T* const p = allocate(n);
@@ -233,12 +232,12 @@ void checkBlocks(T*(MOX_CALL* allocate)(int32_t), int32_t elementSize) {
     const auto address = reinterpret_cast<uintptr_t>(p);
     const auto raw = reinterpret_cast<uintptr_t*>(p)[-1];
     EXPECT_EQ(address % 8, 0u);
-    EXPECT_EQ(address, (raw + word + 7) / 8 * 8);
+    EXPECT_EQ(address, (raw + 11) / 8 * 8);
     const auto bytes = static_cast<size_t>(n) * static_cast<size_t>(elementSize);
 #if defined(_WIN32)
     EXPECT_EQ(_msize(reinterpret_cast<void*>(raw)), bytes + 12);
 #elif defined(__GLIBC__)
-    EXPECT_GE(malloc_usable_size(reinterpret_cast<void*>(raw)), bytes + word + 8);
+    EXPECT_GE(malloc_usable_size(reinterpret_cast<void*>(raw)), bytes + 12);
 #endif
     std::memset(p, 0xee, bytes);
   }

@@ -1,10 +1,26 @@
-// Functions that need memory, and get none: the documented report, nothing written, nothing kept; the next call works.
+// What functions ask for when they need memory. When they get none: the documented report, nothing written, nothing
+// kept; the next call works.
 #include "tests/support/allocations.h"
 #include "tests/support/support.h"
 
 using namespace moxtest;
 
 namespace {
+
+TEST(Memory, BlocksAreTwelveBytesLargerThanTheirElements) {
+  const auto asked = [](auto allocate, int32_t n) {
+    const Allocations watch;
+    moxFree(allocate(n));
+    EXPECT_EQ(watch.asked(), 1);
+    EXPECT_EQ(watch.live(), 0);
+    return watch.bytes();
+  };
+  EXPECT_EQ(asked(moxMalloc, 0), 12u);
+  EXPECT_EQ(asked(moxMalloc, 5), 17u);
+  EXPECT_EQ(asked(moxzMalloc, 1), 28u);
+  EXPECT_EQ(asked(moxwMalloc, 3), 18u);
+  EXPECT_EQ(asked(moxdMalloc, 7), 68u);
+}
 
 TEST(NoMemory, LnAndExpOfInt16) {
   using One = void (*)(int16_t*, int32_t, int32_t, int32_t*);

@@ -34,8 +34,9 @@ Allocations::Allocations(int64_t fail, int64_t more) : fail_(fail), more_(more) 
 }
 Allocations::~Allocations() { watch = nullptr; }
 
-bool Allocations::next() {
+bool Allocations::next(size_t bytes) {
   const int64_t number = asked_++;
+  bytes_ += bytes;
   return number < fail_ || number - fail_ > more_;
 }
 
@@ -58,21 +59,21 @@ void __wrap_free(void* block);
 void* __wrap_malloc(size_t bytes) {
   auto* const w = watching();
   if (!w) return __real_malloc(bytes);
-  void* const block = w->next() ? __real_malloc(bytes) : nullptr;
+  void* const block = w->next(bytes) ? __real_malloc(bytes) : nullptr;
   w->took(block != nullptr);
   return block;
 }
 void* __wrap_calloc(size_t n, size_t bytes) {
   auto* const w = watching();
   if (!w) return __real_calloc(n, bytes);
-  void* const block = w->next() ? __real_calloc(n, bytes) : nullptr;
+  void* const block = w->next(n * bytes) ? __real_calloc(n, bytes) : nullptr;
   w->took(block != nullptr);
   return block;
 }
 void* __wrap_realloc(void* block, size_t bytes) {
   auto* const w = watching();
   if (!w) return __real_realloc(block, bytes);
-  void* const moved = w->next() ? __real_realloc(block, bytes) : nullptr;
+  void* const moved = w->next(bytes) ? __real_realloc(block, bytes) : nullptr;
   w->took(moved && !block);
   return moved;
 }

@@ -1,5 +1,6 @@
 // Failing allocations, in programs with the static library.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 
 namespace moxtest {
@@ -15,14 +16,16 @@ class Allocations {
   Allocations& operator=(const Allocations&) = delete;
 
   int64_t asked() const { return asked_; }  // how many allocations there were, failed ones among them
+  size_t bytes() const { return bytes_; }   // and how much they asked for together
   int64_t live() const { return live_; }    // blocks not yet given back
 
-  bool next();  // whether the next allocation may succeed
+  bool next(size_t bytes);  // whether the next allocation may succeed
   void took(bool block) { live_ += block; }
   void gave() { --live_; }
 
  private:
   int64_t fail_, more_, asked_ = 0, live_ = 0;
+  size_t bytes_ = 0;
 };
 
 }  // namespace moxtest
