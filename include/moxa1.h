@@ -776,7 +776,7 @@ MOX_API void MOX_CALL moxFreeBitRevTbls(void);
 
 /** @name Plain twiddle tables
  * tbl[k] = e^(-2 pi i k / N) = (cos(k step), 0 - sin(k step)), k = 0 ... N-1, with step the double 6.283185307179586 /
- * N; N = 2^order, or `length`. Sine and cosine are taken to more than 100 bits and rounded once. FFT and DFT tables of
+ * N; N = 2^order, or `length`. Sine and cosine are taken to 88 bits or more and rounded once. FFT and DFT tables of
  * the same length are one table. A thread caches 32 lengths per type; beyond that the newest takes the first one's
  * slot. */
 /** @{ */
@@ -835,9 +835,12 @@ MOX_API void MOX_CALL moxvbBitRev2(const MoxV* src, MoxV* dst, int32_t order);
  * 3.2e-7 to single outputs.
  *
  * Errors, in order: a table that cannot be had is reported by the table's own function and then as "Bad pointer" with
- * MOX_StsBackTrace; "order<0", "order>31", null arrays (for example "samps==0"); then the flags, with the texts given
- * at their names. A violation leaves the data untouched. Input and output of the Nip forms are the same array or do not
- * overlap.
+ * MOX_StsBackTrace, a negative status from before by this trace alone; "order<0", "order>31", null arrays (for example
+ * "samps==0"); then the flags, with the texts given at their names. Three forms stand for a copy and a call in place:
+ * CcsFftlNip for CcsFftl, Real2FftNip for Real2Fft and Ccs2FftNip for the complex transform in two arrays. They test
+ * order and arrays, then the status; all else is reported under the inner name, with the trace "out " + inner name (for
+ * example "out moxsCcsFftl") after it. A violation leaves the data untouched. Input and output of the Nip forms are the
+ * same array or do not overlap.
  * @{ */
 
 /** The flag word of every transform. Exactly one direction: "MOX_Forw and MOX_Inv", "no MOX_Forw or MOX_Inv". */
@@ -881,7 +884,8 @@ MOX_API void MOX_CALL moxzrFftNip(const double* reInSamps, const double* imInSam
  *
  * RealFft: signal to spectrum; the array of the in-place form holds N + 2 reals. CcsFft: spectrum to signal; the
  * imaginary slots of X[0] and X[N/2] are ignored, N reals are written. RealFft with MOX_Forw and CcsFft with MOX_Inv
- * undo each other. Only the direction flags are looked at. Order 0 leaves the array as it is. */
+ * undo each other. Only the direction flags are looked at. Order 0 leaves the array as it is; the Nip forms then copy
+ * one real. Orders 0 and 1 need no table. */
 /** @{ */
 MOX_API void MOX_CALL moxsRealFft(float* samps, int32_t order, int32_t flags);
 MOX_API void MOX_CALL moxsRealFftNip(const float* inSamps, float* outSamps, int32_t order, int32_t flags);
