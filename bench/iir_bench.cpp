@@ -2,6 +2,7 @@
 // loop.
 #include <liquid/liquid.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -29,7 +30,6 @@ std::vector<float> cascade(int32_t sections) {
 struct Case {
   explicit Case(int32_t n) : sections(n), given(cascade(n)), taps(given), delay(2 * size()), plain(2 * size()) {
     moxsIirlInitBq(0, taps.data(), n, &tapState);
-    reset();
     std::vector<float> b, a;
     for (size_t k = 0; k < size(); ++k) {
       b.insert(b.end(), &given[6 * k], &given[6 * k] + 3);
@@ -41,7 +41,11 @@ struct Case {
   Case(const Case&) = delete;
   Case& operator=(const Case&) = delete;
   size_t size() const { return static_cast<size_t>(sections); }
-  void reset() { moxsIirlInitDlyl(&tapState, delay.data(), &delayState); }
+  void reset() {
+    moxsIirlInitDlyl(&tapState, delay.data(), &delayState);
+    std::fill(plain.begin(), plain.end(), 0);
+    iirfilt_rrrf_reset(liquid);
+  }
 
   int32_t sections;
   std::vector<float> given, taps, delay;

@@ -1,14 +1,15 @@
 // Adaptive filters that follow a desired signal over 4096 samples, against spandsp (float32 sums) and a plain loop with
 // float64 sums.
-#include <spandsp/telephony.h>
-
-#include <spandsp/vector_float.h>
-
 #include <cmath>
+#include <cstdint>
 #include <memory>
 
 #include "bench/plain_filters.h"
 #include "bench/support.h"
+// spandsp's headers need the types of the others, and each other in this order.
+#include <spandsp/telephony.h>
+
+#include <spandsp/vector_float.h>
 
 namespace moxbench {
 namespace {
@@ -30,18 +31,22 @@ void fill() {
   }
 }
 
-// After 4096 samples the filter has found the echo.
+// In the last quarter the filter has found the echo but for 5 % of its power. (spandsp's leakage of 1e-4 costs it 2 %
+// with 256 taps, whose adaptation has not ended, either.)
 std::string wrong() {
-  for (int t = kSamples - 100; t < kSamples; ++t) {
-    if (!(std::abs(out()[t] - desired()[t]) < 0.01f)) return "wrong at sample " + std::to_string(t);
+  double echo = 0, rest = 0;
+  for (int t = kSamples * 3 / 4; t < kSamples; ++t) {
+    const double off = double{out()[t]} - desired()[t];
+    echo += double{desired()[t]} * desired()[t];
+    rest += off * off;
   }
-  return "";
+  return rest <= 0.05 * echo ? "" : "no echo found";
 }
 
 struct Filter {
-  explicit Filter(int32_t n)
+  Filter(int32_t n, float leak)
       : size(static_cast<size_t>(n)), step(0.5f / static_cast<float>(n)), taps(size), line(size) {
-    moxsLmsInit(0, nullptr, n, nullptr, step, 0, 0, &state);
+    moxsLmsInit(0, nullptr, n, nullptr, step, leak, 0, &state);
   }
   ~Filter() { moxLmsFree(&state); }
   Filter(const Filter&) = delete;
@@ -70,18 +75,22 @@ struct Filter {
 
 void registerLms() {
   for (const int32_t n : kTaps) {
-    const auto enter = [n](const char* contender, const mox::kernel::Kernels* kernels, auto run) {
-      const auto filter = std::make_shared<Filter>(n);
-      add(
-          caseName("lms", "desired-f32", n, contender), kernels, fill, [=] { run(*filter); }, wrong);
-    };
-    for (const auto* const kernels : kernelSets()) {
-      enter(kernels->name, kernels, [](Filter& f) { moxsbLmsDes(&f.state, in(), desired(), out(), kSamples); });
+    for (const float leak : {0.0f, 1e-4f}) {
+      const char* const name = leak > 0 ? "leaky-f32" : "desired-f32";
+      const auto enter = [=](const char* contender, const mox::kernel::Kernels* kernels, auto run) {
+        const auto filter = std::make_shared<Filter>(n, leak);
+        add(
+            caseName("lms", name, n, contender), kernels, fill, [=] { run(*filter); }, wrong);
+      };
+      for (const auto* const kernels : kernelSets()) {
+        enter(kernels->name, kernels, [](Filter& f) { moxsbLmsDes(&f.state, in(), desired(), out(), kSamples); });
+      }
+      enter("spandsp", nullptr, [](Filter& f) { f.spandsp(); });
+      if (leak > 0) continue;
+      enter("plain", nullptr, [](Filter& f) {
+        plainLms(f.taps.data(), f.line.data(), f.size, f.step, &f.error, in(), desired(), out(), kSamples);
+      });
     }
-    enter("spandsp", nullptr, [](Filter& f) { f.spandsp(); });
-    enter("plain", nullptr, [](Filter& f) {
-      plainLms(f.taps.data(), f.line.data(), f.size, f.step, &f.error, in(), desired(), out(), kSamples);
-    });
   }
 }
 
