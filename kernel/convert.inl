@@ -37,7 +37,7 @@ MOX_INLINE Int32s integers(DoublePair v) {
 #else
 // The loops run under the rounding mode in question: before AVX-512 a conversion cannot name its own, and a separate
 // rounding costs two operations (138 against 113 ns for 1024 float32 to int16).
-MOX_INLINE Int32s isUpper(Floats v) { return v >= 0x1p31f; }
+MOX_INLINE Int32s isAtLeast(Floats v, float x) { return v >= x; }
 #  if MOX_VEC_BYTES == 32
 template <Rounding R>
 MOX_INLINE Int32s signedIntegers(Floats v) {
@@ -49,8 +49,8 @@ MOX_INLINE Int32s signedIntegers(DoublePair v) {
   const __m128i high = R == Rounding::zero ? _mm256_cvttpd_epi32(v.b) : _mm256_cvtpd_epi32(v.b);
   return reinterpret_cast<Int32s>(_mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1));
 }
-MOX_INLINE Int32s isUpper(DoublePair v) {
-  const auto low = reinterpret_cast<__m256>(v.a >= 0x1p31), high = reinterpret_cast<__m256>(v.b >= 0x1p31);
+MOX_INLINE Int32s isAtLeast(DoublePair v, double x) {
+  const auto low = reinterpret_cast<__m256>(v.a >= x), high = reinterpret_cast<__m256>(v.b >= x);
   return reinterpret_cast<Int32s>(
       _mm256_permute4x64_epi64(_mm256_castps_si256(_mm256_shuffle_ps(low, high, 0x88)), 0xd8));
 }
@@ -65,21 +65,28 @@ MOX_INLINE Int32s signedIntegers(DoublePair v) {
   const __m128i high = R == Rounding::zero ? _mm_cvttpd_epi32(v.b) : _mm_cvtpd_epi32(v.b);
   return reinterpret_cast<Int32s>(_mm_unpacklo_epi64(low, high));
 }
-MOX_INLINE Int32s isUpper(DoublePair v) {
-  const auto low = reinterpret_cast<__m128>(v.a >= 0x1p31), high = reinterpret_cast<__m128>(v.b >= 0x1p31);
+MOX_INLINE Int32s isAtLeast(DoublePair v, double x) {
+  const auto low = reinterpret_cast<__m128>(v.a >= x), high = reinterpret_cast<__m128>(v.b >= x);
   return reinterpret_cast<Int32s>(_mm_shuffle_ps(low, high, 0x88));
 }
 #  endif
-template <class V>
-MOX_INLINE V lowerHalf(V v) {  // of the range of uint32
-  return v - (v >= broadcast<V>(0x1p31f) ? broadcast<V>(0x1p31f) : V{});
+// Less 2^31 from kLarge up, which is exact. Below 2^31 truncation must not meet a negative value; roundings that may
+// reach 2^31 must not come from below, for the signed conversion would overflow.
+template <Rounding R>
+constexpr float kLarge = R == Rounding::zero ? 0x1p31f : 0x1p30f;
+template <Rounding R, class V>
+MOX_INLINE V centred(V v) {
+  return v - (v >= broadcast<V>(kLarge<R>) ? broadcast<V>(0x1p31f) : V{});
 }
-MOX_INLINE DoublePair lowerHalf(DoublePair v) { return {lowerHalf(v.a), lowerHalf(v.b)}; }
+template <Rounding R>
+MOX_INLINE DoublePair centred(DoublePair v) {
+  return {centred<R>(v.a), centred<R>(v.b)};
+}
 
 template <Rounding R, bool Unsigned, class V>
 MOX_INLINE Int32s integers(V v) {
   if constexpr (Unsigned) {
-    return signedIntegers<R>(lowerHalf(v)) ^ (isUpper(v) << 31);
+    return signedIntegers<R>(centred<R>(v)) ^ (isAtLeast(v, kLarge<R>) << 31);
   } else {
     return signedIntegers<R>(v);
   }
@@ -132,8 +139,6 @@ struct IntegerRange {
   static constexpr T high = R == Rounding::nearest ? inside<T>(kHighest<I> + 0.5)
                             : R == Rounding::up    ? upTo<T>(kHighest<I>)
                                                    : inside<T>(kHighest<I> + 1);
-  // float32 has no value that rounds to the highest I of 32 bits.
-  static constexpr bool highIsShort = sizeof(T) == 4 && sizeof(I) == 4;
 };
 
 // v limited to a range. The order of the operands makes NaN the lower end.
@@ -187,9 +192,19 @@ MOX_INLINE Differences differences(const DoublePair& a, const DoublePair& b) {
 
 // ---- floating point to integers
 
-MOX_INLINE Floats scaledAt(const float* p, float scale) { return load<Floats>(p) * scale; }
-MOX_INLINE DoublePair scaledAt(const double* p, double scale) {
-  return {load<Doubles>(p) * scale, load<Doubles>(p + kLanes<double>) * scale};
+MOX_INLINE Floats wordsOfReals(const float* p) { return load<Floats>(p); }
+MOX_INLINE DoublePair wordsOfReals(const double* p) { return {load<Doubles>(p), load<Doubles>(p + kLanes<double>)}; }
+MOX_INLINE Floats times(Floats v, float scale) { return v * scale; }
+MOX_INLINE DoublePair times(DoublePair v, double scale) { return {v.a * scale, v.b * scale}; }
+
+// A range divided by the scale that follows it: what is out of range is limited before it could overflow.
+template <class T>
+struct Limits {
+  T low, high, scale;
+};
+template <class T>
+MOX_INLINE auto limited(const T* p, const Limits<T>& limits) {
+  return limited(wordsOfReals(p), limits.low, limits.high);
 }
 
 // Four vectors in order; all elements are in the range of the destination's type.
@@ -264,13 +279,15 @@ MOX_INLINE void storeInts(I* dst, Int32s v0, Int32s v1, Int32s v2, Int32s v3) {
 
 constexpr size_t kConvertChunk = 4 * kWords;
 
-// `given` after limiting it to `taken`.
+// What stands at p, which is `taken` after limiting.
 template <class T, class I, Rounding R, class V>
-MOX_INLINE Int32s integersFrom(V given, V taken) {
-  using Limits = IntegerRange<T, I, R>;
-  const Int32s r = integers < R, sizeof(I) == 4 && !kSignedInteger < I >> (taken);
-  if constexpr (Limits::highIsShort) {
-    return given > Limits::high ? Int32s{} + static_cast<int32_t>(static_cast<uint32_t>(kHighest<I>)) : r;
+MOX_INLINE Int32s integersFrom(const T* p, V taken, const Limits<T>& limits) {
+  constexpr bool isUpperToo = sizeof(I) == 4 && !kSignedInteger<I>;
+  const Int32s r = integers<R, isUpperToo>(times(taken, limits.scale));
+  // float32 has no value that rounds to the highest I of 32 bits.
+  if constexpr (sizeof(T) == 4 && sizeof(I) == 4) {
+    const Int32s highest = Int32s{} + static_cast<int32_t>(static_cast<uint32_t>(kHighest<I>));
+    return wordsOfReals(p) > limits.high ? highest : r;
   } else {
     return r;
   }
@@ -278,38 +295,35 @@ MOX_INLINE Int32s integersFrom(V given, V taken) {
 
 // One chunk. With kTest nothing is stored and the result is false when an element is out of range.
 template <class T, class I, Rounding R, bool kTest>
-MOX_INLINE bool convertChunk(const T* src, I* dst, T scale) {
-  using Limits = IntegerRange<T, I, R>;
-  const auto v0 = scaledAt(src, scale), v1 = scaledAt(src + kWords, scale);
-  const auto v2 = scaledAt(src + 2 * kWords, scale), v3 = scaledAt(src + 3 * kWords, scale);
-  const auto l0 = limited(v0, Limits::low, Limits::high), l1 = limited(v1, Limits::low, Limits::high);
-  const auto l2 = limited(v2, Limits::low, Limits::high), l3 = limited(v3, Limits::low, Limits::high);
+MOX_INLINE bool convertChunk(const T* src, I* dst, const Limits<T>& limits) {
+  const T *const p1 = src + kWords, *const p2 = p1 + kWords, *const p3 = p2 + kWords;
+  const auto v0 = limited(src, limits), v1 = limited(p1, limits), v2 = limited(p2, limits), v3 = limited(p3, limits);
   if constexpr (kTest) {
-    const Differences d01 = merged(differences(v0, l0), differences(v1, l1));
-    const Differences d23 = merged(differences(v2, l2), differences(v3, l3));
+    const Differences d01 = merged(differences(wordsOfReals(src), v0), differences(wordsOfReals(p1), v1));
+    const Differences d23 = merged(differences(wordsOfReals(p2), v2), differences(wordsOfReals(p3), v3));
     if (any(merged(d01, d23))) [[unlikely]]
       return false;
   }
-  storeInts(dst, integersFrom<T, I, R>(v0, l0), integersFrom<T, I, R>(v1, l1), integersFrom<T, I, R>(v2, l2),
-            integersFrom<T, I, R>(v3, l3));
+  const Int32s i0 = integersFrom<T, I, R>(src, v0, limits), i1 = integersFrom<T, I, R>(p1, v1, limits);
+  const Int32s i2 = integersFrom<T, I, R>(p2, v2, limits), i3 = integersFrom<T, I, R>(p3, v3, limits);
+  storeInts(dst, i0, i1, i2, i3);
   return true;
 }
 
-// A chunk that is short or has elements out of range. (One for all roundings: they come as `convert` and the range.)
+// A chunk that is short or has elements out of range. (One for all roundings: they come as `convert` and the limits.)
 template <class T, class I>
-MOX_NOINLINE size_t convertSome(typename Conversion<T>::ToIntegers convert, T low, T high, const T* src, I* dst,
-                                size_t n, T scale, OutOfRange action) {
+MOX_NOINLINE size_t convertSome(typename Conversion<T>::ToIntegers convert, Limits<T> limits, const T* src, I* dst,
+                                size_t n, OutOfRange action) {
   T some[kConvertChunk] = {};
   I results[kConvertChunk];
   __builtin_memcpy(some, src, n * sizeof(T));
-  convert(some, results, kConvertChunk, scale, OutOfRange::saturate);
+  convert(some, results, kConvertChunk, limits.scale, OutOfRange::saturate);
   if (action == OutOfRange::saturate) {
     __builtin_memcpy(dst, results, n * sizeof(I));
     return n;
   }
   for (size_t i = 0; i < n; ++i) {
-    const T y = some[i] * scale;
-    if (y >= low && y <= high) {
+    if (some[i] >= limits.low && some[i] <= limits.high) {
       storeOne(dst + i, results[i]);
     } else if (action == OutOfRange::stop) {
       return i;
@@ -320,26 +334,30 @@ MOX_NOINLINE size_t convertSome(typename Conversion<T>::ToIntegers convert, T lo
 
 // Whole chunks, up to the first that convertChunk() refuses.
 template <class T, class I, Rounding R, bool kTest>
-MOX_NOINLINE size_t convertChunks(const T* src, I* dst, size_t n, T scale) {
+MOX_NOINLINE size_t convertChunks(const T* src, I* dst, size_t n, T low, T high, T scale) {
+  const Limits<T> limits = {low, high, scale};
   size_t i = 0;
-  while (i + kConvertChunk <= n && convertChunk<T, I, R, kTest>(src + i, dst + i, scale)) i += kConvertChunk;
+  while (i + kConvertChunk <= n && convertChunk<T, I, R, kTest>(src + i, dst + i, limits)) i += kConvertChunk;
   return i;
 }
 
 template <class T, class I, Rounding R>
 size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action) {
-  using Limits = IntegerRange<T, I, R>;
+  using Whole = IntegerRange<T, I, R>;
   constexpr bool byState = kVecBytes < 64 && R != Rounding::zero;
+  constexpr BitsOf<T> oneTwice = 2 * __builtin_bit_cast(BitsOf<T>, T{1});
+  const T inverse = __builtin_bit_cast(T, oneTwice - __builtin_bit_cast(BitsOf<T>, scale));
+  const Limits<T> limits = {Whole::low * inverse, Whole::high * inverse, scale};
   I* const dst = static_cast<I*>(to);
   const unsigned state = byState ? enterRounding(R) : 0;
   size_t i = 0;
   while (i < n) {
-    i += action == OutOfRange::saturate ? convertChunks<T, I, R, false>(src + i, dst + i, n - i, scale)
-                                        : convertChunks<T, I, R, true>(src + i, dst + i, n - i, scale);
+    i += action == OutOfRange::saturate
+             ? convertChunks<T, I, R, false>(src + i, dst + i, n - i, limits.low, limits.high, scale)
+             : convertChunks<T, I, R, true>(src + i, dst + i, n - i, limits.low, limits.high, scale);
     if (i == n) break;
     const size_t some = n - i < kConvertChunk ? n - i : kConvertChunk;
-    const size_t done =
-        convertSome<T, I>(toIntegers<T, I, R>, Limits::low, Limits::high, src + i, dst + i, some, scale, action);
+    const size_t done = convertSome<T, I>(toIntegers<T, I, R>, limits, src + i, dst + i, some, action);
     i += done;
     if (done < some) break;
   }

@@ -448,6 +448,30 @@ TYPED_TEST(Convert, IndependentOfRoundingModeAndX87AndKeepsThem) {
     }
   });
 }
+
+// Some hosts run with traps for invalid operations, divisions by zero and overflow. What is out of range raises none.
+TYPED_TEST(Convert, NothingTrapsOnNumbers) {
+  using T = TypeParam;
+  forEachLevel([] {
+    for (const Format& f : kFormats) {
+      std::vector<T> values;
+      for (const T x : criticalValues<T>(f, 7)) {
+        if (x == x) values.push_back(x);
+      }
+      std::vector<uint32_t> dst(values.size());
+      const unsigned state = _mm_getcsr();
+      for (const int32_t rounding : kRoundings) {
+        for (const int32_t extra : {0, int32_t{MOX_Saturate}}) {
+          _mm_setcsr(state & ~0x06bfu);
+          Api<T>::floatToFix(values.data(), dst.data(), static_cast<int32_t>(values.size()), f.bits, 7,
+                             rounding | extra | f.flag());
+          Api<T>::intToFloat(dst.data(), values.data(), 1, f.bits, f.flag());
+          _mm_setcsr(state);
+        }
+      }
+    }
+  });
+}
 #endif
 
 // ---- complex values and their parts
