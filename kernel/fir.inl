@@ -24,6 +24,16 @@ static_assert(kFirSums + 2 * kFirTaps + kFirPad <= kFirWindow && 8 * kFirTaps <=
 
 // Rows that take a window of kFirLanes values at w + kFirLanes O: row O through tap 0, the row 8 values on through the
 // tap 8/step on, and so forth. One load serves them all.
+// Keeps a loaded window in its register: GCC 12 would load it once per use, and unaligned loads are what limits this
+// loop (16 taps with AVX-512: 24 loads for 24 products in place of 13).
+MOX_INLINE void firPin(FirVec& x) {
+#if MOX_VEC_BYTES == 64
+  asm volatile("" : "+v"(x));
+#else
+  asm volatile("" : "+x"(x));
+#endif
+}
+
 template <int Row, int R>
 MOX_INLINE void firAdd(FirVec (&sums)[R], FirVec x, FirVec tap) {
   if constexpr (Row >= 0 && Row < R) sums[Row] = fma(x, tap, sums[Row]);
@@ -31,7 +41,8 @@ MOX_INLINE void firAdd(FirVec (&sums)[R], FirVec x, FirVec tap) {
 template <int O, int R, int... Q>
 MOX_INLINE void firWindow(FirVec (&sums)[R], const FirVec (&taps)[sizeof...(Q)], const double* w,
                           std::integer_sequence<int, Q...>) {
-  const FirVec x = load<FirVec>(w + kFirLanes * O);
+  FirVec x = load<FirVec>(w + kFirLanes * O);
+  if constexpr (sizeof...(Q) > 1) firPin(x);
   (firAdd<O + 8 / kFirLanes * Q>(sums, x, taps[Q]), ...);
 }
 template <int R, int Q, int... I>
