@@ -27,10 +27,11 @@ inline Fault invalidValue(bool holds) { return {holds, "Invalid value"}; }
 
 // ---- buffers
 
+// n elements, and `more` bytes behind them.
 template <class T>
-T* allocateFir(int64_t n) {
-  if (n > static_cast<int64_t>(PTRDIFF_MAX / sizeof(T))) return nullptr;
-  return static_cast<T*>(std::malloc(static_cast<size_t>(n) * sizeof(T)));
+T* allocateFir(int64_t n, size_t more = 0) {
+  if (n > static_cast<int64_t>((PTRDIFF_MAX - more) / sizeof(T))) return nullptr;
+  return static_cast<T*>(std::malloc(static_cast<size_t>(n) * sizeof(T) + more));
 }
 
 inline void releaseFir(FirState* state) {
@@ -40,6 +41,12 @@ inline void releaseFir(FirState* state) {
   state->phaseTable = nullptr;
   std::fill_n(state->reserved, 4, 0);
   state->self = nullptr;
+}
+
+inline bool firFailure(FirState* state, const Site& site) {
+  releaseFir(state);
+  report(site, MOX_StsNoMem, "Allocation failure");
+  return false;
 }
 
 // Polyphase branch b holds taps b, b + up, b + 2 up ...; in tapsBuf the branches stand one after another, each
@@ -65,10 +72,11 @@ inline void fillPhaseTable(FirState* state) {
   }
 }
 
-// A record with buffers of its own; bufLen and bufSize (elements) are those of the history buffer.
+// A record with buffers of its own; bufLen and bufSize (elements) are those of the history buffer, behind the taps are
+// `more` bytes.
 template <class Tap, class Sample>
-bool buildFir(FirState* state, int32_t tapsLen, const FirFactors& f, int64_t bufLen, int64_t bufSize,
-              const Site& site) {
+bool buildFir(FirState* state, int32_t tapsLen, const FirFactors& f, int64_t bufLen, int64_t bufSize, const Site& site,
+              size_t more = 0) {
   if (state->self == state) releaseFir(state);
   const bool multiRate = f.up > 1 || f.down > 1;
   *state = {};
@@ -83,15 +91,11 @@ bool buildFir(FirState* state, int32_t tapsLen, const FirFactors& f, int64_t buf
   state->bufLen = static_cast<int32_t>(bufLen);
   Sample* buffer = nullptr;
   if (bufLen <= INT32_MAX) {
-    state->tapsBuf = allocateFir<Tap>(tapsLen);
+    state->tapsBuf = allocateFir<Tap>(tapsLen, more);
     state->bufStart = buffer = allocateFir<Sample>(bufSize);
     if (multiRate) state->phaseTable = allocateFir<FirPhase>(f.up);
   }
-  if (!state->tapsBuf || !buffer || (multiRate && !state->phaseTable)) {
-    releaseFir(state);
-    report(site, MOX_StsNoMem, "Allocation failure");
-    return false;
-  }
+  if (!state->tapsBuf || !buffer || (multiRate && !state->phaseTable)) return firFailure(state, site);
   state->histPtr = buffer;
   state->bufEnd = buffer + bufLen;
   if (multiRate) fillPhaseTable(state);
@@ -121,12 +125,6 @@ void storeTaps(const Tap* taps, FirState* state) {
   } else {
     forEachTap(state, [=](size_t natural, size_t internal) { own[internal] = taps[natural]; });
   }
-}
-
-template <class Tap>
-void setFirTaps(const Tap* taps, FirState* state, const Site& site) {
-  if (refused(site, nullState(state), uninitialized(state))) return;
-  storeTaps(taps, state);
 }
 
 template <class Tap>

@@ -1,6 +1,8 @@
 // Finite impulse response filters that own copies of their taps and of their history.
 #include "filter/fir_core.h"
 #include "filter/fir_state.h"
+#include "kernel/roots.h"
+#include "transform/float_state.h"
 
 namespace mox {
 namespace {
@@ -16,17 +18,104 @@ Sample* historyOf(const FirState* state) {
   return static_cast<Sample*>(state->histPtr);
 }
 
+// ---- long filters: a plan behind the taps, on the first multiple of 64 bytes
+
+struct Fast {
+  const kernel::FirFast* kernels;  // of the set that made the plan; null for filters without one
+  kernel::FirPlan plan;
+};
+
+// Between these a single-rate filter with float32 taps has room for Fast; below, and for results too few in a call (see
+// `least`), the products are faster, above, a transform would take more than 2^18 values.
+constexpr int32_t kFewestFastTaps = 48, kMostFastTaps = 1 << 16;
+
+template <class Tap, class Sample>
+const kernel::FirFast* fastKernels(int32_t tapsLen) {
+  const auto& kernels = *kernel::active;
+  if constexpr (std::is_same_v<Tap, float> && std::is_same_v<Sample, float>) {
+    return tapsLen >= 128 ? &kernels.firFastReal : nullptr;
+  } else if constexpr (std::is_same_v<Tap, float> && std::is_same_v<Sample, MoxC>) {
+    return tapsLen >= 96 ? &kernels.firFastComplexSamples : nullptr;
+  } else if constexpr (std::is_same_v<Tap, MoxC> && std::is_same_v<Sample, MoxC>) {
+    return &kernels.firFastComplex;
+  } else {
+    return nullptr;
+  }
+}
+
+template <class Tap>
+bool fastFits(int32_t tapsLen, bool multiRate) {
+  return sizeof(RealOf<Tap>) == sizeof(float) && !multiRate && tapsLen >= kFewestFastTaps && tapsLen <= kMostFastTaps;
+}
+
+template <class Tap>
+Fast* fastOf(const FirState* state) {
+  if (!fastFits<Tap>(state->tapsLen, state->isMultiRate != 0)) return nullptr;
+  const uintptr_t end = reinterpret_cast<uintptr_t>(static_cast<Tap*>(state->tapsBuf) + state->tapsLen);
+  return reinterpret_cast<Fast*>((end + 63) & ~uintptr_t{63});
+}
+
+constexpr size_t kFastBytes = (sizeof(Fast) + 63) / 64 * 64;
+
+template <class Tap>
+void planTaps(const FirState* state) {
+  if constexpr (sizeof(RealOf<Tap>) == sizeof(float)) {
+    Fast* const fast = fastOf<Tap>(state);
+    if (fast && fast->kernels) fast->kernels->setTaps(fast->plan, reals(static_cast<const Tap*>(state->tapsBuf)));
+  }
+}
+
+// Transforms of 4 times the taps, for many taps of 2 times: then a block of some thousand samples needs fewer large
+// ones.
+kernel::FirPlan planOf(int32_t tapsLen, bool complexTaps) {
+  kernel::FirPlan plan = {};
+  plan.count = firField(tapsLen);
+  const size_t length = plan.count * (tapsLen <= 512 ? 4 : 2);
+  while (size_t{1} << plan.order < length) ++plan.order;
+  // A transform's time over that of a product, as measured with AVX-512; a complex tap is two products.
+  plan.least = (firField((complexTaps ? 3 : 6) * plan.order) << plan.order) / plan.count;
+  return plan;
+}
+
+// ---- the record
+
 template <class Tap, class Sample>
 void build(const Tap* taps, int32_t tapsLen, const Sample* history, const FirFactors& f, FirState* state,
            const Site& site) {
   constexpr int64_t kLeast = 127;  // so many samples at least between two copies of the history
+  const bool multiRate = f.up > 1 || f.down > 1;
   int64_t bufLen = std::max<int64_t>(tapsLen - 1, kLeast) + 1, dlyLen = tapsLen - 1;
-  if (f.up > 1 || f.down > 1) {
+  if (multiRate) {
     dlyLen = (tapsLen - 1) / f.up + 1;
     bufLen = (std::max(dlyLen, kLeast) + f.down - 1) / f.down * f.down;
   }
-  if (!buildFir<Tap, Sample>(state, tapsLen, f, bufLen, bufLen + dlyLen, site)) return;
+  Fast made = {};
+  size_t more = 0;
+  if (fastFits<Tap>(tapsLen, multiRate)) {
+    more = 64 + kFastBytes;
+    made.kernels = fastKernels<Tap, Sample>(tapsLen);
+    if (made.kernels) {
+      made.plan = planOf(tapsLen, kComplex<Tap>);
+      more += made.kernels->layout(made.plan, nullptr) * sizeof(double);
+    }
+  }
+  if (!buildFir<Tap, Sample>(state, tapsLen, f, bufLen, bufLen + dlyLen, site, more)) return;
+  if (more > 0) {
+    Fast* const fast = fastOf<Tap>(state);
+    if (made.kernels) {
+      made.kernels->layout(made.plan, reinterpret_cast<double*>(reinterpret_cast<char*>(fast) + kFastBytes));
+      const DefaultFloatState floatState;
+      const kernel::Roots roots(made.plan.order - !kComplex<Sample>);
+      if (!roots.ok()) {
+        firFailure(state, site);
+        return;
+      }
+      made.kernels->buildTable(made.plan, roots);
+    }
+    *fast = made;
+  }
   storeTaps(taps, state);
+  planTaps<Tap>(state);
   storeHistory(history, historyOf<Sample>(state), state->dlyLen);
 }
 
@@ -41,6 +130,13 @@ void initMr(const Tap* taps, int32_t tapsLen, const Sample* history, const FirFa
             Site site = Object()) {
   if (firFactorsRefused(site, state, tapsLen, f)) return;
   build(taps, tapsLen, history, f, state, site);
+}
+
+template <class Tap>
+void setTaps(const Tap* taps, FirState* state, Site site = Object()) {
+  if (refused(site, nullState(state), uninitialized(state))) return;
+  storeTaps(taps, state);
+  planTaps<Tap>(state);
 }
 
 template <class Sample>
@@ -76,8 +172,18 @@ void filterBlock(FirState* state, const Sample* input, FirResult<Sample, Tap>* o
   const kernel::FirShape shape = firShape(state);
   const size_t periods = firField(numIters);
   const Sample* const history = historyOf<Sample>(state);
-  firBlock<Sample, Tap>(shape, static_cast<const Tap*>(state->tapsBuf), {input, history + state->dlyLen - 1, -1},
-                        output, periods);
+  const Tap* const taps = static_cast<const Tap*>(state->tapsBuf);
+  const FirInput<Sample> signal = {input, history + state->dlyLen - 1, -1};
+  bool fast = false;
+  if constexpr (sizeof(RealOf<Tap>) == sizeof(float)) {
+    const Fast* const own = fastOf<Tap>(state);
+    fast = own && own->kernels && periods >= own->plan.least;
+    if (fast) {
+      own->kernels->block(own->plan, shape, reals(taps), {reals(input), reals(signal.newest), -1}, reals(output),
+                          periods);
+    }
+  }
+  if (!fast) firBlock<Sample, Tap>(shape, taps, signal, output, periods);
   renewHistory(history, input, periods * shape.down, state);
   state->histPtr = state->bufStart;
 }
@@ -159,10 +265,10 @@ void moxzdFirInitMr(const double* taps, int32_t tapsLen, const MoxZ* history, in
   initMr(taps, tapsLen, history, {upFactor, upPhase, downFactor, downPhase}, statePtr);
 }
 
-void moxsFirSetTaps(const float* taps, FirState* statePtr) { setFirTaps(taps, statePtr, Object()); }
-void moxcFirSetTaps(const MoxC* taps, FirState* statePtr) { setFirTaps(taps, statePtr, Object()); }
-void moxdFirSetTaps(const double* taps, FirState* statePtr) { setFirTaps(taps, statePtr, Object()); }
-void moxzFirSetTaps(const MoxZ* taps, FirState* statePtr) { setFirTaps(taps, statePtr, Object()); }
+void moxsFirSetTaps(const float* taps, FirState* statePtr) { setTaps(taps, statePtr); }
+void moxcFirSetTaps(const MoxC* taps, FirState* statePtr) { setTaps(taps, statePtr); }
+void moxdFirSetTaps(const double* taps, FirState* statePtr) { setTaps(taps, statePtr); }
+void moxzFirSetTaps(const MoxZ* taps, FirState* statePtr) { setTaps(taps, statePtr); }
 
 void moxsFirGetTaps(const FirState* statePtr, float* taps) { getFirTaps(statePtr, taps, Object()); }
 void moxcFirGetTaps(const FirState* statePtr, MoxC* taps) { getFirTaps(statePtr, taps, Object()); }

@@ -39,6 +39,11 @@ void initMr(const int16_t* taps, int32_t tapsLen, const int16_t* history, const 
   build(taps, tapsLen, history, f, state, site);
 }
 
+void setTaps(const int16_t* taps, FirState* state, Site site = Object()) {
+  if (refused(site, nullState(state), uninitialized(state))) return;
+  storeTaps(taps, state);
+}
+
 void setDlyl(const int16_t* history, FirState* state, Site site = Object()) {
   if (refused(site, nullState(state), uninitialized(state))) return;
   storeHistory(history, historyOf(state), state->dlyLen);
@@ -161,7 +166,7 @@ void moxwFirInitMr(const int16_t* taps, int32_t tapsLen, const int16_t* history,
                    int32_t downFactor, int32_t downPhase, FirState* statePtr) {
   initMr(taps, tapsLen, history, {upFactor, upPhase, downFactor, downPhase}, statePtr);
 }
-void moxwFirSetTaps(const int16_t* taps, FirState* statePtr) { setFirTaps(taps, statePtr, Object()); }
+void moxwFirSetTaps(const int16_t* taps, FirState* statePtr) { setTaps(taps, statePtr); }
 void moxwFirGetTaps(const FirState* statePtr, int16_t* taps) { getFirTaps(statePtr, taps, Object()); }
 void moxwFirSetDlyl(const int16_t* history, FirState* statePtr) { setDlyl(history, statePtr); }
 void moxwFirGetDlyl(const FirState* statePtr, int16_t* history) { getDlyl(statePtr, history); }

@@ -175,6 +175,29 @@ struct Fir {
   Block complex;
 };
 
+// A long single-rate filter through transforms of 2^order values: what setTaps() and block() need, in arrays of float64
+// that the caller owns.
+struct FirPlan {
+  int order;           // 2^order >= 2 count
+  size_t count;        // taps
+  size_t least;        // results for which a transform pays
+  double* table;       // of the transforms
+  double* response;    // the filter's spectrum
+  double* samples;     // a stretch of the signal
+  double* work;        // its spectrum, its results
+  double* taps;        // the last one first
+  double bound;        // of the error of a result, by the 2-norm of the stretch
+};
+// As Fir::Block for groups of one branch (the last tap first), up = down = 1: every result is within 2^-26 of itself of its
+// sum in float64, then rounded.
+struct FirFast {
+  size_t (*layout)(FirPlan& plan, double* memory);  // how many float64 a plan takes; sets its pointers
+  void (*buildTable)(const FirPlan& plan, const Roots& roots);  // of `order` - 1 for real signals, else `order`
+  void (*setTaps)(FirPlan& plan, const float* taps);
+  void (*block)(const FirPlan& plan, const FirShape& shape, const float* taps, const FirSignal<float>& signal,
+                float* out, size_t n);
+};
+
 // Sums modulo 2^32.
 struct Fir16 {
   void (*real)(const FirShape& shape, const int16_t* taps, const FirSignal<int16_t>& signal, int32_t* out,
@@ -321,6 +344,7 @@ struct Kernels {
   Fir<float> fir32;
   Fir<double> fir64;
   Fir16 fir16;
+  FirFast firFastReal, firFastComplexSamples, firFastComplex;
   Companding aLaw, muLaw;
   Elementwise<float> elementwise32;
   Elementwise<double> elementwise64;

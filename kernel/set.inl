@@ -2,6 +2,8 @@
 // their namespace (mox::kernel::sse2 ...) and their target region; nothing here may be visible outside that object file
 // but the table at the end, so that no code of one set can replace code of another at link time.
 
+extern const Kernels table;
+
 namespace {
 #include "kernel/vec.inl"
 // (order matters: later files build on earlier ones)
@@ -18,9 +20,9 @@ namespace {
 #include "kernel/lms.inl"
 #include "kernel/permute.inl"
 #include "kernel/fft.inl"
+#include "kernel/fir_fft.inl"
 }  // namespace
 
-extern const Kernels table;
 constinit const Kernels table = {
     .name = MOX_SET_NAME,
     .copyWords = copyWords,
@@ -36,6 +38,9 @@ constinit const Kernels table = {
     .fir32 = firKernels<float>(),
     .fir64 = firKernels<double>(),
     .fir16 = fir16Kernels(),
+    .firFastReal = firFastOf<1, false>(),
+    .firFastComplexSamples = firFastOf<2, false>(),
+    .firFastComplex = firFastOf<2, true>(),
     .aLaw = compandingKernels<ALaw>(),
     .muLaw = compandingKernels<MuLaw>(),
     .elementwise32 = elementwiseKernels<float>(),

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <climits>
+#include <limits>
 
 #include "tests/fir_oracle.h"
 #include "tests/support/short_of_memory.h"
@@ -104,6 +105,27 @@ std::vector<typename Form::Result> lowLevel(const Form& form, const Shape& f, st
   return out;
 }
 
+// Long single-rate filters on float32 may go through a transform, whose results are as good as 2^-26 before they are
+// rounded: sums of products of the same samples may then differ by one rounding.
+constexpr long double kFastRounding = 0x1.4p-24L;
+template <class Form>
+bool mayBeFast(const Shape& f) {
+  return !f.multiRate() && f.taps >= 48 && sizeof(typename Traits<typename Form::Result>::Real) == 4;
+}
+template <class R>
+::testing::AssertionResult oneRoundingApart(const std::vector<R>& a, const std::vector<R>& b) {
+  const auto close = [](long double x, long double y) {
+    return x == y || std::fabs(x - y) <= 0x1p-23L * std::fabs(y) || (std::isnan(x) && std::isnan(y));
+  };
+  for (size_t i = 0; i < a.size(); ++i) {
+    const Parts x = parts(a[i]), y = parts(b.at(i));
+    if (!close(x.re, y.re) || !close(x.im, y.im)) {
+      return ::testing::AssertionFailure() << i << ": " << x.re << ", " << x.im << " and " << y.re << ", " << y.im;
+    }
+  }
+  return ::testing::AssertionSuccess();
+}
+
 TEST(FirObject, BlocksAndTheirParts) {
   forEachLevel([] {
     forEachForm([](auto form) {
@@ -124,7 +146,8 @@ TEST(FirObject, BlocksAndTheirParts) {
         Object whole;
         start(form, f, taps, x, whole);
         form.block(whole.state(), in.data(), out.data(), f.periods);
-        EXPECT_TRUE(isFiltered(f, taps, x, out.values()));
+        const bool fast = mayBeFast<Calls>(f);
+        EXPECT_TRUE(isFiltered(f, taps, x, out.values(), fast ? kFastRounding : 0x1p-24L));
         EXPECT_TRUE(sameBits(historyOf<S>(whole), newest(f, x)));
 
         Object split;
@@ -137,15 +160,58 @@ TEST(FirObject, BlocksAndTheirParts) {
           form.block(split.state(), in.data() + at * down, pieces.data() + at * up, static_cast<int32_t>(n));
           at += n;
         }
-        EXPECT_TRUE(sameBits(pieces, out.values()));
+        EXPECT_TRUE(fast ? oneRoundingApart(pieces, out.values()) : sameBits(pieces, out.values()));
         EXPECT_TRUE(sameBits(historyOf<S>(split), newest(f, x)));
 
         Object silent;
         start(form, f, taps, std::vector<S>(f.history() + 1), silent);
         form.block(silent.state(), in.data(), out.data(), f.periods);
-        EXPECT_TRUE(sameBits(out.values(), lowLevel(form, f, taps, in.data())));
+        const std::vector<R> low = lowLevel(form, f, taps, in.data());
+        EXPECT_TRUE(fast ? oneRoundingApart(out.values(), low) : sameBits(out.values(), low));
       }
       EXPECT_TRUE(reports.all().empty());
+    });
+  });
+}
+
+TEST(FirObject, LongFiltersOnSignalsOfEveryRange) {
+  forEachLevel([] {
+    forEachForm([](auto form) {
+      using Calls = decltype(form);
+      using S = typename Calls::Sample;
+      using T = typename Calls::Tap;
+      using R = typename Calls::Result;
+      using Real = typename Traits<S>::Real;
+      for (const int taps : {48, 130, 700}) {
+        const Shape f = {taps, 1, 0, 1, 0, 3000};
+        if (!mayBeFast<Calls>(f)) continue;
+        SCOPED_TRACE(::testing::Message() << form.name << ": " << f);
+        auto h = noise<T>(static_cast<size_t>(taps), 1);
+        auto x = noise<S>(f.history() + f.in(), 2);
+        // Loud and quiet passages, silence, one sample alone, at first in the history.
+        const auto scale = [&](size_t from, size_t to, Real by) {
+          for (size_t i = from; i < to; ++i)
+            x[i] = makeValue<S>(static_cast<Real>(parts(x[i]).re) * by, static_cast<Real>(parts(x[i]).im) * by);
+        };
+        scale(0, 40, static_cast<Real>(0x1p60));
+        scale(f.history() + 300, f.history() + 1400, static_cast<Real>(0x1p-50));
+        scale(f.history() + 1700, x.size(), 0);
+        x[x.size() - 300] = makeValue<S>(1, 0);
+        Object object;
+        start(form, f, h, x, object);
+        std::vector<R> out(f.out());
+        form.block(object.state(), x.data() + f.history(), out.data(), f.periods);
+        EXPECT_TRUE(isFiltered(f, h, x, out, kFastRounding));
+
+        // Other taps, and samples that are no numbers.
+        std::reverse(h.begin(), h.end());
+        kOf<T>.set(h.data(), object.state());
+        kOf<S>.setHistory(nullptr, object.state());
+        x[f.history() + 777] = makeValue<S>(std::numeric_limits<Real>::infinity(), 0);
+        x[f.history() + 2500] = makeValue<S>(std::numeric_limits<Real>::quiet_NaN(), 0);
+        form.block(object.state(), x.data() + f.history(), out.data(), f.periods);
+        EXPECT_TRUE(oneRoundingApart(out, lowLevel(form, f, h, x.data() + f.history())));
+      }
     });
   });
 }

@@ -45,11 +45,12 @@ void exact(const Shape& f, const std::vector<T>& taps, const std::vector<S>& x, 
   }
 }
 
-// Two roundings to float64 a product at most, then one to the type of the result.
+// Two roundings to float64 a product at most, then one to the type of the result: of 2^-24 for float32, or a little
+// more.
 template <class S, class T, class R>
 ::testing::AssertionResult isFiltered(const Shape& f, const std::vector<T>& taps, const std::vector<S>& x,
-                                      const std::vector<R>& got) {
-  const long double unit = sizeof(typename Traits<R>::Real) == 4 ? 0x1p-24L : 0;
+                                      const std::vector<R>& got, long double rounding = 0x1p-24L) {
+  const long double unit = sizeof(typename Traits<R>::Real) == 4 ? rounding : 0;
   for (size_t m = 0; m < got.size(); ++m) {
     Parts sum, size;
     exact(f, taps, x, m, sum, size);
