@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   moxbench::registerLnExp();
   moxbench::registerLaw();
   moxbench::registerFft();
+  moxbench::registerFir();
   moxbench::registerIir();
   moxbench::registerLms();
   benchmark::RunSpecifiedBenchmarks();

@@ -60,6 +60,7 @@ void registerConvert();
 void registerDotProd();
 void registerElementwise();
 void registerFft();
+void registerFir();
 void registerIir();
 void registerLaw();
 void registerLms();
