@@ -2,7 +2,7 @@
 //
 // Sums run in 16 lanes of float64, real products in turn, complex ones as pairs, folded by halves: the same order
 // whatever the width of the vectors. float32 taps are updated in float64 and rounded when stored; the sum takes the
-// rounded ones. Without leakage, real ones are h + g d with g = step * error rounded to float32: one fused operation.
+// rounded ones. Real ones with little or no leakage stay in float32, with step * error rounded to it.
 
 // What a group of taps adds to: vectors of 16 lanes.
 constexpr int kLmsVectors = 16 / kDotWidth;
@@ -113,28 +113,33 @@ struct LmsKeepingPass {
     }
   }
 };
+// Real float32 taps in float32. With leakage they are h + (g d - leak h): for small leaks the roundings inside are far
+// below that of the sum.
+using TapVec = Vec<float, 2 * kDotWidth>;
 #if MOX_VEC_BYTES >= 32
-template <>
-struct LmsKeepingPass<LmsReal<float>> {
-  RealGain gain;
+MOX_INLINE DotVec lowTaps(TapVec v) { return widen(__builtin_shufflevector(v, v, 0, 1, 2, 3)); }
+MOX_INLINE DotVec highTaps(TapVec v) { return widen(__builtin_shufflevector(v, v, 4, 5, 6, 7)); }
+#else
+MOX_INLINE DotVec lowTaps(TapVec v) { return widenedLow(v); }
+MOX_INLINE DotVec highTaps(TapVec v) { return widenedHigh(v); }
+#endif
+template <bool Leaky>
+struct LmsFloatPass {
+  TapVec gain, leak;
   MOX_INLINE void group(float* h, const float* past, const double* now, LmsSums& sums) const {
-    using Half = Vec<float, 4>;
-    using Whole = Vec<float, 8>;
-    const float g = static_cast<float>(gain.g[0]);
-#  pragma GCC unroll 2
-    for (int v = 0; v < 4; v += 2) {
-      const Whole tap = fma(broadcast<Whole>(g), load<Whole>(past + 4 * v), load<Whole>(h + 4 * v));
-      store(h + 4 * v, tap);
+#pragma GCC unroll 4
+    for (int v = 0; v < kLmsVectors; v += 2) {
+      const int lane = v * kDotWidth;
+      const TapVec before = load<TapVec>(h + lane), d = load<TapVec>(past + lane);
+      const TapVec tap = Leaky ? before + fma(gain, d, -(leak * before)) : fma(gain, d, before);
+      store(h + lane, tap);
       if (now) {
-        const Half low = __builtin_shufflevector(tap, tap, 0, 1, 2, 3);
-        const Half high = __builtin_shufflevector(tap, tap, 4, 5, 6, 7);
-        sums.equal[v] = fma(widen(low), widened(now + 4 * v), sums.equal[v]);
-        sums.equal[v + 1] = fma(widen(high), widened(now + 4 * v + 4), sums.equal[v + 1]);
+        sums.equal[v] = fma(lowTaps(tap), widened(now + lane), sums.equal[v]);
+        sums.equal[v + 1] = fma(highTaps(tap), widened(now + lane + kDotWidth), sums.equal[v + 1]);
       }
     }
   }
 };
-#endif
 
 // n taps; what is left over by whole groups goes through arrays with zeros behind it.
 template <class Form, class Pass>
@@ -186,16 +191,29 @@ MOX_INLINE void lmsResult(LmsSums& sums, double* y) {
   }
 }
 
+constexpr double kSmallLeak = 0.0625;
+
 // One update and, where `now` is not null, one sum.
 template <class Form>
 MOX_INLINE void lmsStep(const LmsShape& shape, const double* error, typename Form::Real* h,
                         const typename Form::Real* past, const double* now, size_t n, double* y) {
   const typename Form::Gain gain(error, shape.step);
   LmsSums sums = {};
-  if (shape.leak == 0) {
+  const auto generally = LmsPass<Form>{gain, broadcast<DotVec>(1 - shape.leak)};
+  if constexpr (std::is_same_v<Form, LmsReal<float>>) {
+    const TapVec g = broadcast<TapVec>(static_cast<float>(gain.g[0]));
+    const TapVec leak = broadcast<TapVec>(static_cast<float>(shape.leak));
+    if (shape.leak == 0) {
+      lmsGroups<Form>(LmsFloatPass<false>{g, leak}, h, past, now, n, sums);
+    } else if (shape.leak > -kSmallLeak && shape.leak < kSmallLeak) {
+      lmsGroups<Form>(LmsFloatPass<true>{g, leak}, h, past, now, n, sums);
+    } else {
+      lmsGroups<Form>(generally, h, past, now, n, sums);
+    }
+  } else if (shape.leak == 0) {
     lmsGroups<Form>(LmsKeepingPass<Form>{gain}, h, past, now, n, sums);
   } else {
-    lmsGroups<Form>(LmsPass<Form>{gain, broadcast<DotVec>(1 - shape.leak)}, h, past, now, n, sums);
+    lmsGroups<Form>(generally, h, past, now, n, sums);
   }
   if (now) lmsResult<Form>(sums, y);
 }
