@@ -30,15 +30,15 @@ struct KernelOf<float, 6, false> : Passes<float, 8, 1, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 8, Fma> : Passes<float, 4, 8, 1, 8> {};
+struct KernelOf<float, 8, Fma> : Passes<float, 8, 4, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 10, Fma> : Passes<float, 8, 8, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 11, Fma> : Passes<float, 8, 16, 1, 16> {};
+struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 16, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 12, Fma> : Passes<float, 8, 8, 8, 8> {};
+struct KernelOf<float, 12, Fma> : BackPasses<float, 8, 8, 8, 8> {};
 template <bool Fma>
 struct KernelOf<double, 1, Fma> : Small<double, 2, 1> {};
 template <bool Fma>
@@ -62,16 +62,20 @@ template <>
 struct KernelOf<double, 6, false> : Passes<double, 8, 1, 1, 8> {};
 template <bool Fma>
 struct KernelOf<double, 7, Fma> : Passes<double, 8, 1, 1, 16> {};
+template <>
+struct KernelOf<double, 8, true> : Passes<double, 8, 4, 1, 8> {};
+template <>
+struct KernelOf<double, 9, true> : Passes<double, 8, 8, 1, 8> {};
+template <>
+struct KernelOf<double, 8, false> : BackPasses<double, 8, 4, 1, 8> {};
+template <>
+struct KernelOf<double, 9, false> : BackPasses<double, 8, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<double, 8, Fma> : Passes<double, 8, 4, 1, 8> {};
+struct KernelOf<double, 10, Fma> : BackPasses<double, 8, 8, 1, 16> {};
 template <bool Fma>
-struct KernelOf<double, 9, Fma> : Passes<double, 8, 8, 1, 8> {};
+struct KernelOf<double, 11, Fma> : BackPasses<double, 8, 8, 4, 8> {};
 template <bool Fma>
-struct KernelOf<double, 10, Fma> : Passes<double, 8, 8, 1, 16> {};
-template <bool Fma>
-struct KernelOf<double, 11, Fma> : Passes<double, 8, 16, 1, 16> {};
-template <bool Fma>
-struct KernelOf<double, 12, Fma> : Passes<double, 8, 8, 8, 8> {};
+struct KernelOf<double, 12, Fma> : BackPasses<double, 8, 8, 8, 8> {};
 
 template <class T, int Order>
 using Kernel = KernelOf<T, Order, kHasFma>;

@@ -119,20 +119,24 @@ constexpr bool scaledTwiddle(bool plain, int M, int R, int p, int n) {
   return false;
 }
 
-// The twiddles w_M^(pn), n = n0 .., of one vector in a pass of the transform that the roots are of.
+// One lane of the twiddles w_M^(pn) in a pass of the transform that the roots are of.
+template <class V, bool Ready>
+void storeTwiddle(const Roots& roots, bool mapped, bool plain, int M, int R, int p, int n, int lane, ElementOf<V>* to) {
+  constexpr DoubleDouble sqrt2 = {0x1.6a09e667f3bcdp+0, -0x1.bdd3413b26456p-54};
+  Root w = roots.at((static_cast<uint64_t>(p) * static_cast<uint64_t>(n) << roots.order()) / static_cast<uint64_t>(M));
+  if (mapped && scaledTwiddle(plain, M, R, p, n)) {
+    const DoubleDouble s = DoubleDouble{kScaledHalfRoot, 0} * sqrt2;
+    w = {w.re * s, w.im * s};
+  }
+  storeRoot<V, Ready>(rounded<ElementOf<V>>(w.re), rounded<ElementOf<V>>(w.im), lane, to);
+}
+
+// Those of one vector, n = n0 ...
 template <class V, bool Ready>
 void storeTwiddles(const Roots& roots, bool mapped, bool plain, int M, int R, int p, int n0, ElementOf<V>* to) {
-  constexpr DoubleDouble sqrt2 = {0x1.6a09e667f3bcdp+0, -0x1.bdd3413b26456p-54};
   constexpr int L = sizeof(V) / sizeof(*to) / 2;
   for (int lane = 0; lane < L; ++lane) {
-    const int n = n0 + lane;
-    Root w =
-        roots.at((static_cast<uint64_t>(p) * static_cast<uint64_t>(n) << roots.order()) / static_cast<uint64_t>(M));
-    if (mapped && scaledTwiddle(plain, M, R, p, n)) {
-      const DoubleDouble s = DoubleDouble{kScaledHalfRoot, 0} * sqrt2;
-      w = {w.re * s, w.im * s};
-    }
-    storeRoot<V, Ready>(rounded<ElementOf<V>>(w.re), rounded<ElementOf<V>>(w.im), lane, to);
+    storeTwiddle<V, Ready>(roots, mapped, plain, M, R, p, n0 + lane, lane, to);
   }
 }
 

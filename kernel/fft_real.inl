@@ -28,6 +28,17 @@ MOX_INLINE Vec<double, 4> mirrored(Vec<double, 4> a, Vec<double, 4> b) {
 }
 #endif
 
+// b[n-1] ... b[0].
+template <class V, int... I>
+MOX_INLINE V backwards(V b, std::integer_sequence<int, I...>) {
+  constexpr int n = sizeof...(I);
+  return __builtin_shufflevector(b, b, (n - 2 - I / 2 * 2 + I % 2)...);
+}
+template <class V>
+MOX_INLINE V backwards(V b) {
+  return backwards(b, IndicesOf<V>());
+}
+
 // a[0], b[0] ... b[n-2].
 template <class V, int... I>
 MOX_INLINE V delayed(V a, V b, std::integer_sequence<int, I...>) {
@@ -50,11 +61,11 @@ MOX_INLINE V repeated(ElementOf<V> re, ElementOf<V> im) {
   return v;
 }
 
-// ---- Table: v[0 .. M/2-1], behind the complex transform's part. -----------------------------------------------------
+// ---- Table: v[0 .. M/2], behind the complex transform's part. -----------------------------------------------------
 
 template <class T>
 constexpr uint64_t realTableBytes(int order) {
-  return (sizeof(T) << order) + 64;  // roots may be loaded one element too far
+  return (sizeof(T) << order) + 64;  // room for v[M/2], beyond which one more element may be loaded
 }
 constexpr uint64_t afterComplex(uint64_t bytes) { return (bytes + 63) / 64 * 64; }
 template <class T, int Order>
@@ -75,6 +86,8 @@ void realBuild(int order, const Roots& roots, T* table) {
     table[0] = rounded<T>(r.im) / 2;
     table[1] = rounded<T>(-r.re) / 2;
   }
+  table[0] = T(-0.5);
+  table[1] = 0;
 }
 
 // ---- The separation. ------------------------------------------------------------------------------------------------
@@ -188,15 +201,15 @@ constexpr int registerRows(const Small<T, R, C>*) {
 template <class T, int Order>
 constexpr int kRegisterRows = registerRows(static_cast<Kernel<T, Order>*>(nullptr));
 
-// Whether the complex kernel of an order works in its output.
-template <class T, int Order>
-constexpr bool worksInOutput() {
-  if constexpr (Order < 2 || Order >= kFirstSweepOrder || kRegisterRows < T, Order >> 0) {
-    return false;
-  } else {
-    return Kernel<T, Order>::kBackwards;
-  }
+// Whether a complex kernel comes to its output at once: with Z between them as well there would be too much for the
+// first-level cache.
+constexpr bool readsSpectrum(const void*) { return false; }
+template <class T, int R0, int R1, int R2, int kLast>
+constexpr bool readsSpectrum(const BackPasses<T, R0, R1, R2, kLast>*) {
+  return true;
 }
+template <class T, int Order>
+constexpr bool kReadsSpectrum = readsSpectrum(static_cast<Kernel<T, Order>*>(nullptr));
 
 // A kernel from memory to rows, and from rows to memory, scaled.
 template <class T, class V>
@@ -224,6 +237,52 @@ struct FromRows {
   template <class U>
   MOX_INLINE void put(size_t i, U v) const {
     store(out + 2 * i, v * broadcast<U>(scale));
+  }
+};
+
+// A kernel that gets Z from X on its way, both members of a pair for themselves: Z[k] with v[k], or, above M/2, with
+// conj v[M-k], which is what v[k] would be. D as in Separation.
+template <class T, size_t M, int D>
+struct SpectrumIo {
+  T first, middle;
+  const T* bins;
+  T* out;
+  const T* roots;
+  T scale;
+
+  template <class V>
+  MOX_INLINE V get(size_t k) const {
+    constexpr size_t L = sizeof(V) / sizeof(T) / 2;
+    const V one = broadcast<V>(1), half = broadcast<V>(T(0.5));
+    const V a = k == 0 ? rowZero<V>(first, bins) : load<V>(bins + 2 * k - 2);
+    // X[M-k-L+1] ... X[M-k]
+    const T* const mirror = bins + 2 * (M - k - L);
+    V b;
+    if (k == 0) {
+      b = mirrored(repeated<V>(middle, 0), load<V>(mirror - 2));
+    } else {
+      b = backwards(load<V>(mirror));
+    }
+    const V s = fmaAlternating<-1>(a, one, b), t = fmaAlternating<1>(a, one, b);
+    V q;
+    if (k < M / 2) {
+      const T* const w = roots + 2 * k;
+      q = fmaAlternating<D>(t, realPartsAt<V>(w), swapParts(t) * imagPartsAt<V>(w));
+    } else {
+      const V w = backwards(load<V>(roots + 2 * (M - k - L + 1)));
+      q = fmaAlternating<-D>(t, realParts(w), swapParts(t) * imagParts(w));
+    }
+    const V z = fma(s, half, q);
+    return D > 0 ? z * repeated<V>(1, -1) : z;
+  }
+  template <class V>
+  MOX_INLINE void put(size_t i, V v) const {
+    store(out + 2 * i, v * broadcast<V>(scale));
+  }
+  MOX_INLINE T* work(T* scratch) const {
+    const uintptr_t from = reinterpret_cast<uintptr_t>(bins), to = reinterpret_cast<uintptr_t>(out);
+    const bool apart = to + 2 * M * sizeof(T) <= from || from + 2 * (M - 1) * sizeof(T) <= to;
+    return apart && to % 64 == 0 ? out : scratch;
   }
 };
 
@@ -280,11 +339,9 @@ void realToSignal(T first, T middle, const T* bins, T* x, T* table, T scale) {
     separateRows<false, D>(RegisterRows<V>{z}, RegisterRows<V>{z}, R, z[0], repeated<V>(middle, 0),
                            realRoots<T, Order>(table), T(1));
     Kernel<T, Order>::template run<-1>(FromRows<T, V>{z, x, 2 * scale}, table);
-  } else if constexpr (worksInOutput<T, Order>()) {
-    // Z and all passes but the last in scratch: with Z in x, input, x and scratch would compete for the cache.
-    T* const z = table + Kernel<T, Order>::kScratch;
-    separateSignal<T, D>(first, middle, bins, z, M, realRoots<T, Order>(table));
-    Kernel<T, Order>::template forwards<-1>(PackedIo<T>{z, z}, ScaledIo<T>{z, x, 2 * scale}, table);
+  } else if constexpr (kReadsSpectrum<T, Order>) {
+    const SpectrumIo<T, M, D> io{first, middle, bins, x, realRoots<T, Order>(table), 2 * scale};
+    Kernel<T, Order>::template run<-1>(io, table);
   } else {
     separateSignal<T, D>(first, middle, bins, x, M, realRoots<T, Order>(table));
     kComplexFft<T>.inverse[Order](x, x, table, 2 * scale);

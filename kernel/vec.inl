@@ -32,6 +32,18 @@ MOX_INLINE void store(ElementOf<V>* p, V v) {
   __builtin_memcpy(p, &v, sizeof v);
 }
 
+// Keeps a loaded value in its register: GCC would rather load it again for its second use, and processors that do three
+// vector operations a cycle are short of loads (float64, order 9, radix 8: 21.2 and 20.1 cycles for 8 vectors).
+template <class V>
+MOX_INLINE V pinned(V v) {
+#if MOX_VEC_BYTES == 64
+  asm("" : "+v"(v));
+#elif defined(__x86_64__)  // else there are too few registers
+  asm("" : "+x"(v));
+#endif
+  return v;
+}
+
 // One element, of memory that may hold another type.
 template <class T>
 MOX_INLINE T loadOne(const T* p) {
