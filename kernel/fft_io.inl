@@ -1,7 +1,7 @@
 // Where a transform reads its input and leaves its output. A kernel is a template over one of these; its first pass
-// calls get<V>(i) for the complex values i, i+1, ... as (re, im) pairs, its last pass put(i, v). Every kernel reads all
-// of its input before it writes any output, or goes through scratch of its own, so that input and output may be the
-// same.
+// calls get<V>(i) for the complex values i, i+1, ... as (re, im) pairs, or getMirrored() for those and the values N-i,
+// N-i-1, ... where kMirrored says so; its last pass calls put(i, v). Every kernel reads all of its input before it
+// writes any output, or goes through scratch of its own, so that input and output may be the same.
 //
 // The direction D of a kernel is a template argument of its own: +1 for e^(-2 pi i kn/N), -1 for e^(+2 pi i kn/N). All
 // that depends on it are signs of factors in fused multiply-adds, so the inverse costs nothing and is bit for bit the
@@ -9,6 +9,7 @@
 
 template <class T>
 struct PackedIo {
+  static constexpr bool kMirrored = false;
   const T* in;
   T* out;
 
@@ -34,6 +35,7 @@ struct PackedIo {
 
 template <class T>
 struct ScaledIo {
+  static constexpr bool kMirrored = false;
   const T* in;
   T* out;
   T scale;
@@ -56,6 +58,7 @@ struct ScaledIo {
 
 template <class T>
 struct SplitIo {
+  static constexpr bool kMirrored = false;
   const T *inRe, *inIm;
   T *outRe, *outIm;
   T scale;

@@ -220,6 +220,7 @@ struct BackPasses {
   // 3.8 us).
   static constexpr bool kPrefetch = 2 * N * sizeof(T) >= 32768;
   static_assert(kLast % L == 0 && R1 > 1);
+  static constexpr size_t kStride = N / kLast;  // between the values of a column of the first pass
 
   // The table, in elements from its start. The columns of the whole are too many for ready twiddles.
   static constexpr bool kReady = false, kReadyMiddle = std::is_same_v<T, double>;
@@ -243,32 +244,68 @@ struct BackPasses {
     storePass<V, kReadyMiddle>(roots, false, kLast * R2, R2, table + kTwiddles2);
   }
 
+  MOX_INLINE static void prefetchBlock(const T* block) {
+    if constexpr (kPrefetch) {
+#pragma GCC unroll 32
+      for (size_t j = 0; j < kLast; j += kLine / 2) __builtin_prefetch(block + 2 * j, 1);
+    }
+  }
+
+  // Ends column vectors of the first pass: lane l goes to the block at blocks[l].
+  template <int D>
+  MOX_INLINE static void firstEnd(V (&x)[kLast], T* const (&blocks)[L]) {
+    butterfly<D>(x, factorsOf<kLast, V>(ExactFactors()));
+#pragma GCC unroll 32
+    for (size_t j = 0; j < kLast; j += L) {
+      T* rows[L];
+      V y[L];
+#pragma GCC unroll 32
+      for (size_t l = 0; l < L; ++l) rows[l] = blocks[l] + 2 * j, y[l] = x[j + l];
+      storeTransposed(y, rows);
+    }
+  }
+
+  // Columns q .. q+L-1.
+  template <int D, class Io>
+  MOX_INLINE static void firstColumns(const Io& io, T* to, size_t q) {
+    if (q >= kStride) __builtin_unreachable();  // what get() asks about the index is settled for every k
+    V x[kLast];
+#pragma GCC unroll 32
+    for (size_t k = 0; k < kLast; ++k) x[k] = pinned(io.template get<V>(q + k * kStride));
+    T* blocks[L];
+#pragma GCC unroll 32
+    for (size_t l = 0; l < L; ++l) {
+      blocks[l] = to + place(q) + place(l);
+      prefetchBlock(to + place(q + L) + place(l));
+    }
+    firstEnd<D>(x, blocks);
+  }
+
   template <int D, class Io>
   MOX_INLINE static void first(const Io& io, T* to) {
-    constexpr int R = kLast;
-    constexpr size_t stride = N / R;
-    for (size_t q = 0; q < stride; q += L) {
-      if (q >= stride) __builtin_unreachable();  // what get() asks about the index is settled for every k
-      V x[R];
+    if constexpr (Io::kMirrored) {
+      // Vectors together with their mirror images; by themselves those with the columns 0 and kStride / 2, which are
+      // their own images, and the one with the images of the columns that column 0 has at its side.
+      constexpr size_t kSingle[] = {0, kStride / 2, kStride - L};
+      for (const size_t q : kSingle) firstColumns<D>(io, to, q);
+      for (size_t q = L; q < kStride / 2; q += L) {
+        if (q >= kStride / 2) __builtin_unreachable();  // see above
+        V x[kLast], y[kLast];
 #pragma GCC unroll 32
-      for (size_t k = 0; k < R; ++k) x[k] = pinned(io.template get<V>(q + k * stride));
-      butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
-      T* const blocks = to + place(q);
-      if constexpr (kPrefetch) {
+        for (size_t k = 0; k < kLast; ++k) io.template getMirrored<V>(q + k * kStride, x[k], y[kLast - 1 - k]);
+        T *blocks[L], *mirrored[L];
 #pragma GCC unroll 32
         for (size_t l = 0; l < L; ++l) {
-#pragma GCC unroll 32
-          for (size_t j = 0; j < R; j += kLine / 2) __builtin_prefetch(to + place(q + L) + place(l) + 2 * j, 1);
+          blocks[l] = to + place(q) + place(l);
+          mirrored[l] = l == 0 ? to + place(kStride - q) : to + place(kStride - q - L) + place(L - l);
+          prefetchBlock(to + place(q + L) + place(l));
+          prefetchBlock(l == 0 ? to + place(kStride - q - L) : to + place(kStride - q - 2 * L) + place(L - l));
         }
+        firstEnd<D>(x, blocks);
+        firstEnd<D>(y, mirrored);
       }
-#pragma GCC unroll 32
-      for (size_t j = 0; j < R; j += L) {
-        T* rows[L];
-        V y[L];
-#pragma GCC unroll 32
-        for (size_t l = 0; l < L; ++l) rows[l] = blocks + place(l) + 2 * j, y[l] = x[j + l];
-        storeTransposed(y, rows);
-      }
+    } else {
+      for (size_t q = 0; q < kStride; q += L) firstColumns<D>(io, to, q);
     }
   }
 

@@ -92,15 +92,19 @@ void realBuild(int order, const Roots& roots, T* table) {
 
 // ---- The separation. ------------------------------------------------------------------------------------------------
 
-// a = Z[k], b = Z[M-k] to X[k], X[M-k], with v[k] at roots (D = 1) or its conjugate (D = -1).
+// a = Z[k], b = Z[M-k] to X[k], X[M-k], with v[k] (D = 1) or its conjugate (D = -1), parts twice each.
 template <int D, class V>
-MOX_INLINE void separate(V& a, V& b, const ElementOf<V>* roots) {
+MOX_INLINE void separateBy(V& a, V& b, V re, V im) {
   using T = ElementOf<V>;
   const V one = broadcast<V>(1), half = broadcast<V>(T(0.5));
   const V s = fmaAlternating<-1>(a, one, b), t = fmaAlternating<1>(a, one, b);
-  const V q = fmaAlternating<D>(t, realPartsAt<V>(roots), swapParts(t) * imagPartsAt<V>(roots));
+  const V q = fmaAlternating<D>(t, re, swapParts(t) * im);
   a = fma(s, half, q);
   b = fmaAlternating<1>(s, repeated<V>(T(0.5), T(-0.5)), q);
+}
+template <int D, class V>
+MOX_INLINE void separate(V& a, V& b, const ElementOf<V>* roots) {
+  separateBy<D>(a, b, realPartsAt<V>(roots), imagPartsAt<V>(roots));
 }
 
 // Rows: values k = Lj .. Lj + L-1, in registers or in memory; L is a vector's number of them.
@@ -240,40 +244,52 @@ struct FromRows {
   }
 };
 
-// A kernel that gets Z from X on its way, both members of a pair for themselves: Z[k] with v[k], or, above M/2, with
-// conj v[M-k], which is what v[k] would be. D as in Separation.
+// A kernel that gets Z from X on its way. D as in Separation.
 template <class T, size_t M, int D>
 struct SpectrumIo {
+  static constexpr bool kMirrored = true;
   T first, middle;
   const T* bins;
   T* out;
   const T* roots;
   T scale;
 
+  // a = X[k] .. X[k+L-1], b = X[M-k] .. X[M-k-L+1] to what Z has there. v[k] is conj v[M-k].
+  template <class V>
+  MOX_INLINE void separate(size_t k, V& a, V& b) const {
+    constexpr size_t L = sizeof(V) / sizeof(T) / 2;
+    if (k < M / 2) {
+      separateBy<D>(a, b, realPartsAt<V>(roots + 2 * k), imagPartsAt<V>(roots + 2 * k));
+    } else {
+      const V v = backwards(load<V>(roots + 2 * (M - k - L + 1)));
+      separateBy<-D>(a, b, realParts(v), imagParts(v));
+    }
+    if constexpr (D > 0) {
+      a *= repeated<V>(1, -1);
+      b *= repeated<V>(1, -1);
+    }
+  }
+
   template <class V>
   MOX_INLINE V get(size_t k) const {
     constexpr size_t L = sizeof(V) / sizeof(T) / 2;
-    const V one = broadcast<V>(1), half = broadcast<V>(T(0.5));
-    const V a = k == 0 ? rowZero<V>(first, bins) : load<V>(bins + 2 * k - 2);
-    // X[M-k-L+1] ... X[M-k]
-    const T* const mirror = bins + 2 * (M - k - L);
-    V b;
+    V a, b;
     if (k == 0) {
-      b = mirrored(repeated<V>(middle, 0), load<V>(mirror - 2));
+      a = rowZero<V>(first, bins);
+      b = mirrored(repeated<V>(middle, 0), load<V>(bins + 2 * (M - L - 1)));
     } else {
-      b = backwards(load<V>(mirror));
+      a = load<V>(bins + 2 * k - 2);
+      b = backwards(load<V>(bins + 2 * (M - k - L)));
     }
-    const V s = fmaAlternating<-1>(a, one, b), t = fmaAlternating<1>(a, one, b);
-    V q;
-    if (k < M / 2) {
-      const T* const w = roots + 2 * k;
-      q = fmaAlternating<D>(t, realPartsAt<V>(w), swapParts(t) * imagPartsAt<V>(w));
-    } else {
-      const V w = backwards(load<V>(roots + 2 * (M - k - L + 1)));
-      q = fmaAlternating<-D>(t, realParts(w), swapParts(t) * imagParts(w));
-    }
-    const V z = fma(s, half, q);
-    return D > 0 ? z * repeated<V>(1, -1) : z;
+    separate(k, a, b);
+    return a;
+  }
+  template <class V>
+  MOX_INLINE void getMirrored(size_t k, V& a, V& b) const {
+    constexpr size_t L = sizeof(V) / sizeof(T) / 2;
+    a = load<V>(bins + 2 * k - 2);
+    b = backwards(load<V>(bins + 2 * (M - k - L)));
+    separate(k, a, b);
   }
   template <class V>
   MOX_INLINE void put(size_t i, V v) const {
