@@ -525,6 +525,113 @@ TEST(Vector16, ComplexForms) {
   EXPECT_TRUE(sameBits(v[3], MoxV{0, 16384}));
 }
 
+// A form in place and one with a destination, of int16 or complex int16.
+template <class T>
+struct Forms16 {
+  const char* name;
+  void (*one)(T* vec, int32_t n);
+  void (*two)(const T* src, T* dst, int32_t n);
+};
+constexpr Forms16<int16_t> kRealForms[] = {
+    {"sqrt",
+     [](int16_t* v, int32_t n) {
+       moxwbSqrt1(v, n);
+       moxSetErrStatus(MOX_StsOk);  // after a negative element
+     },
+     [](const int16_t* src, int16_t* dst, int32_t n) {
+       moxwbSqrt2(src, dst, n);
+       moxSetErrStatus(MOX_StsOk);
+     }},
+    {"abs", moxwbAbs1, moxwbAbs2},
+    {"raise", [](int16_t* v, int32_t n) { moxwbThresh1(v, n, -77, MOX_LT); },
+     [](const int16_t* src, int16_t* dst, int32_t n) { moxwbThresh2(src, dst, n, -77, MOX_LT); }},
+    {"lower", [](int16_t* v, int32_t n) { moxwbThresh1(v, n, 100, 7); },
+     [](const int16_t* src, int16_t* dst, int32_t n) { moxwbThresh2(src, dst, n, 100, MOX_GT); }},
+    {"square", [](int16_t* v, int32_t n) { moxwbSqr1(v, n, MOX_NoScaleSat, nullptr); },
+     [](const int16_t* src, int16_t* dst, int32_t n) { moxwbSqr2(src, dst, n, MOX_NoScaleSat, nullptr); }},
+};
+constexpr Forms16<MoxV> kComplexForms[] = {
+    {"sqrt", moxvbSqrt1, moxvbSqrt2},
+    {"raise", [](MoxV* v, int32_t n) { moxvbThresh1(v, n, 20000, MOX_LT); },
+     [](const MoxV* src, MoxV* dst, int32_t n) { moxvbThresh2(src, dst, n, 20000, MOX_LT); }},
+    {"lower", [](MoxV* v, int32_t n) { moxvbThresh1(v, n, 1000, -1); },
+     [](const MoxV* src, MoxV* dst, int32_t n) { moxvbThresh2(src, dst, n, 1000, MOX_GT); }},
+    {"square", [](MoxV* v, int32_t n) { moxvbSqr1(v, n, MOX_NoScale, nullptr); },
+     [](const MoxV* src, MoxV* dst, int32_t n) { moxvbSqr2(src, dst, n, MOX_NoScale, nullptr); }},
+};
+
+template <class T, size_t N>
+void expectBothFormsAtEveryLength(const Forms16<T> (&forms)[N]) {
+  const Reports reports;  // of negative elements
+  for (const Forms16<T>& f : forms) {
+    for (size_t n = 1; n < 100; ++n) {
+      SCOPED_TRACE(f.name + std::to_string(n));
+      std::mt19937 bits(static_cast<uint32_t>(n));
+      std::vector<T> values(n);
+      std::generate_n(reinterpret_cast<int16_t*>(values.data()), n * sizeof(T) / 2,
+                      [&] { return static_cast<int16_t>(static_cast<int16_t>(bits()) >> bits() % 16); });
+      std::vector<T> want = values;
+      for (T& x : want) f.one(&x, 1);
+      for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
+        Guarded<T> vec(values, flush), src(values, flush), dst(n, flush);
+        src.makeReadOnly();
+        f.one(vec.data(), static_cast<int32_t>(n));
+        f.two(src.data(), dst.data(), static_cast<int32_t>(n));
+        ASSERT_TRUE(sameBits(vec.values(), want));
+        ASSERT_TRUE(sameBits(dst.values(), want));
+      }
+    }
+  }
+}
+
+TEST(Vector16, BothFormsAtEveryLength) {
+  forEachLevel([] {
+    expectBothFormsAtEveryLength(kRealForms);
+    expectBothFormsAtEveryLength(kComplexForms);
+  });
+}
+
+// Truncated parts. Roots that are no integers lie further from them than long double errs; the scaling to a magnitude
+// runs in float64, where an integer may come out as a little less.
+TEST(Vector16, ComplexFormsAgainstLongDouble) {
+  std::mt19937 bits(11);
+  const int32_t n = 100000, edges[] = {-32768, -32767, -1, 0, 1, 32767};
+  std::vector<MoxV> x(n), y(n);
+  for (size_t i = 0; i < x.size(); ++i) {
+    const auto shifts = bits();
+    x[i] = {static_cast<int16_t>(static_cast<int16_t>(bits()) >> shifts % 16),
+            static_cast<int16_t>(static_cast<int16_t>(bits()) >> shifts / 16 % 16)};
+    if (i < 36) x[i] = {static_cast<int16_t>(edges[i / 6]), static_cast<int16_t>(edges[i % 6])};
+  }
+  forEachLevel([&] {
+    moxvbSqrt2(x.data(), y.data(), n);
+    for (size_t i = 0; i < x.size(); ++i) {
+      const long double re = x[i].re, im = x[i].im, m = std::sqrt(re * re + im * im);
+      const long double toIm = std::sqrt((m - re) / 2);
+      ASSERT_EQ(y[i].re, static_cast<int16_t>(std::sqrt((m + re) / 2))) << x[i].re << "," << x[i].im;
+      ASSERT_EQ(y[i].im, static_cast<int16_t>(im < 0 ? -toIm : toIm)) << x[i].re << "," << x[i].im;
+    }
+    for (const auto thresh : std::initializer_list<int16_t>{0, 1, 500, 32767}) {
+      for (const int32_t relOp : {MOX_LT, MOX_GT}) {
+        SCOPED_TRACE(std::to_string(thresh) + (relOp == MOX_LT ? " <" : " >"));
+        moxvbThresh2(x.data(), y.data(), n, thresh, relOp);
+        for (size_t i = 0; i < x.size(); ++i) {
+          const long double re = x[i].re, im = x[i].im, m = std::sqrt(re * re + im * im);
+          const bool scaled = relOp == MOX_LT ? m < thresh : m > thresh;
+          const auto expectPart = [&](int16_t got, long double part, bool isReal) {
+            const long double v = !scaled ? part : m == 0 ? (isReal ? thresh : 0) : part * thresh / m;
+            const long double slack = std::fabs(v) * 0x1p-48L;
+            const auto one = static_cast<int16_t>(v - slack), other = static_cast<int16_t>(v + slack);
+            ASSERT_TRUE(got == one || got == other) << got << " for " << v << ", part of " << re << "," << im;
+          };
+          expectPart(y[i].re, re, true);
+          expectPart(y[i].im, im, false);
+        }
+      }
+    }
+  });
+}
+
 TEST(Vector16, Statistics) {
   std::mt19937 bits(3);
   forEachLevel([&] {
