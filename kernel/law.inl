@@ -6,12 +6,21 @@ MOX_INLINE int32_t fromFloatBits(int32_t bits) { return static_cast<int32_t>(__b
 
 // Without the inversion of the even bits: sign (1 for v >= 0), segment, mantissa.
 struct ALaw {
-  static constexpr int32_t kLargest = 32767;
+  static constexpr int16_t kLargest = 32767;
   MOX_INLINE static uint8_t encode(int32_t magnitude, int32_t negative) {  // negative: 0 or -1
     const int32_t m = magnitude < kLargest ? magnitude : kLargest;
     const int32_t first = (m - 256) >> 31;  // segment 0 has the step of segment 1, without its leading one
     const int32_t code = (floatBits(m + (256 & first)) >> 19) - (134 << 4) - (16 & first);
     return static_cast<uint8_t>(code | (~negative & 0x80));
+  }
+  // The same in two steps: what becomes a float32, and the code of its upper bits.
+  template <class V>
+  MOX_INLINE static V raised(V m) {
+    return m + (256 & (m < 256));
+  }
+  template <class V>
+  MOX_INLINE static V code(V upper, V m) {
+    return upper - (134 << 4) - (16 & (m < 256));
   }
   // ((2 m + 33) 2^(s + 2)) in segments s from 1, that of s = 1 less 256 in segment 0
   MOX_INLINE static int32_t decode(int32_t code) {
@@ -23,11 +32,19 @@ struct ALaw {
 
 // All bits inverted.
 struct MuLaw {
-  static constexpr int32_t kLargest = 32635;
+  static constexpr int16_t kLargest = 32635;
   MOX_INLINE static uint8_t encode(int32_t magnitude, int32_t negative) {
     const int32_t m = magnitude < kLargest ? magnitude : kLargest;
     const int32_t code = 127 - ((floatBits(m + 131) >> 19) - (134 << 4));
     return static_cast<uint8_t>(code | (~negative & 0x80));
+  }
+  template <class V>
+  MOX_INLINE static V raised(V m) {
+    return m + 131;
+  }
+  template <class V>
+  MOX_INLINE static V code(V upper, V) {
+    return 127 + (134 << 4) - upper;
   }
   // (2 m + 33) 2^(s + 2) - 132
   MOX_INLINE static int32_t decode(int32_t code) {
@@ -45,7 +62,8 @@ MOX_INLINE uint8_t encodeInt16(int32_t v) {
 // A-law takes the upper half of the magnitude, mu-law the magnitude of the upper half.
 MOX_INLINE uint8_t encoded(int32_t v, ALaw) {
   const int32_t negative = v >> 31;
-  const uint32_t magnitude = (static_cast<uint32_t>(v) ^ static_cast<uint32_t>(negative)) - static_cast<uint32_t>(negative);
+  const uint32_t magnitude =
+      (static_cast<uint32_t>(v) ^ static_cast<uint32_t>(negative)) - static_cast<uint32_t>(negative);
   return ALaw::encode(static_cast<int32_t>(magnitude >> 16), negative);
 }
 MOX_INLINE uint8_t encoded(int32_t v, MuLaw) { return encodeInt16<MuLaw>(v >> 16); }
@@ -83,14 +101,116 @@ void decodeAll(const uint8_t* __restrict src, T* __restrict dst, size_t n) {
   for (size_t i = 0; i < n; ++i) setLinear(dst[i], Law::decode(src[i]));
 }
 
+// int16 samples stay 16 bits wide but for the conversion.
+using Samples = Vec<int16_t, kLanes<int16_t>>;
+
+// Two vectors of values from 0 to 255, as bytes.
+#if MOX_VEC_BYTES == 16
+MOX_INLINE void storeCodes(uint8_t* dst, Samples v0, Samples v1) {
+  store(dst, reinterpret_cast<Vec<uint8_t, 16>>(
+                 _mm_packus_epi16(reinterpret_cast<__m128i>(v0), reinterpret_cast<__m128i>(v1))));
+}
+#elif MOX_VEC_BYTES == 32
+MOX_INLINE void storeCodes(uint8_t* dst, Samples v0, Samples v1) {
+  const __m256i packed = _mm256_packus_epi16(reinterpret_cast<__m256i>(v0), reinterpret_cast<__m256i>(v1));
+  store(dst, reinterpret_cast<Vec<uint8_t, 32>>(_mm256_permute4x64_epi64(packed, 0xd8)));
+}
+#else
+MOX_INLINE void storeCodes(uint8_t* dst, Samples v0, Samples v1) {
+  store(dst, reinterpret_cast<Vec<uint8_t, 32>>(_mm512_maskz_cvtepi16_epi8(~0u, reinterpret_cast<__m512i>(v0))));
+  store(dst + 32, reinterpret_cast<Vec<uint8_t, 32>>(_mm512_maskz_cvtepi16_epi8(~0u, reinterpret_cast<__m512i>(v1))));
+}
+#endif
+
+// Of values below 2^15.
+MOX_INLINE Int32s upperFloatBits(Int32s v) {
+  return reinterpret_cast<Int32s>(__builtin_convertvector(v, Floats)) >> 19;
+}
+template <class Law>
+MOX_INLINE Samples encodedVector(Samples v) {
+  const Samples negated = minusSaturated(Samples{}, v), size = v > negated ? v : negated;
+  const Samples largest = Samples{} + Law::kLargest, m = size < largest ? size : largest;
+  const Samples raised = Law::raised(m);
+  const Samples upper =
+      packed(upperFloatBits(joinedLow(raised, Samples{})), upperFloatBits(joinedHigh(raised, Samples{})));
+  return Law::code(upper, m) | (~(v >> 15) & 0x80);
+}
+template <class Law>
+MOX_INLINE void encodeTwo(const int16_t* src, uint8_t* dst) {
+  storeCodes(dst, encodedVector<Law>(load<Samples>(src)), encodedVector<Law>(load<Samples>(src + kLanes<int16_t>)));
+}
+template <class Law>
+void encodeInt16s(const int16_t* src, uint8_t* dst, size_t n) {
+  constexpr size_t step = 2 * kLanes<int16_t>;
+  if (n < step) {
+    for (size_t i = 0; i < n; ++i) dst[i] = encodeInt16<Law>(src[i]);
+    return;
+  }
+  for (size_t i = 0; i + step < n; i += step) encodeTwo<Law>(src + i, dst + i);
+  encodeTwo<Law>(src + n - step, dst + n - step);
+}
+
+#if MOX_VEC_BYTES >= 32
+#  if MOX_VEC_BYTES == 64
+MOX_INLINE Samples codesAt(const uint8_t* p) {
+  return reinterpret_cast<Samples>(
+      _mm512_maskz_cvtepu8_epi16(~0u, reinterpret_cast<__m256i>(load<Vec<uint8_t, 32>>(p))));
+}
+MOX_INLINE Samples shiftedUp(Samples v, Samples by) {
+  return reinterpret_cast<Samples>(
+      _mm512_maskz_sllv_epi16(~0u, reinterpret_cast<__m512i>(v), reinterpret_cast<__m512i>(by)));
+}
+#  else
+MOX_INLINE Samples codesAt(const uint8_t* p) {
+  return reinterpret_cast<Samples>(_mm256_cvtepu8_epi16(reinterpret_cast<__m128i>(load<Vec<uint8_t, 16>>(p))));
+}
+// By 0 to 7, as a product: the power comes from a table of bytes, a zero above it from an index above 127.
+MOX_INLINE Samples shiftedUp(Samples v, Samples by) {
+  const __m256i powers = _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 4, 8, 16, 32, 64,
+                                          -128, 0, 0, 0, 0, 0, 0, 0, 0);
+  const Samples index = by | static_cast<int16_t>(0x8000);
+  return v * reinterpret_cast<Samples>(_mm256_shuffle_epi8(powers, reinterpret_cast<__m256i>(index)));
+}
+#  endif
+
+// (2 m + 33) 2^(s + 2)
+MOX_INLINE Samples segmentValue(Samples code, Samples segment) { return shiftedUp((code << 3 & 0x78) + 132, segment); }
+MOX_INLINE Samples valueOf(Samples code, ALaw) {
+  const Samples segment = code >> 4 & 7, first = segment == 0;
+  return segmentValue(code, segment - first) - (256 & first);
+}
+MOX_INLINE Samples valueOf(Samples code, MuLaw) { return segmentValue(~code, ~code >> 4 & 7) - 132; }
+template <class Law>
+MOX_INLINE void decodeVector(const uint8_t* src, int16_t* dst) {
+  const Samples code = codesAt(src), negative = (code - 128) >> 15;
+  store(dst, (valueOf(code, Law{}) ^ negative) - negative);
+}
+template <class Law>
+void decodeInt16s(const uint8_t* src, int16_t* dst, size_t n) {
+  constexpr size_t L = kLanes<int16_t>;
+  if (n < L) {
+    for (size_t i = 0; i < n; ++i) dst[i] = static_cast<int16_t>(Law::decode(src[i]));
+    return;
+  }
+#  pragma GCC unroll 2
+  for (size_t i = 0; i + L < n; i += L) decodeVector<Law>(src + i, dst + i);
+  decodeVector<Law>(src + n - L, dst + n - L);
+}
+#else
+template <class Law>
+void decodeInt16s(const uint8_t* src, int16_t* dst, size_t n) {
+  decodeAll<Law, int16_t>(src, dst, n);
+}
+#endif
+
 template <class Law>
 constexpr Companding compandingKernels() {
   return {
-      .encode16 = encodeAll<Law, int16_t>,
+      .encode16 = encodeInt16s<Law>,
       .encodeInt = encodeAll<Law, int32_t>,
       .encode32 = encodeAll<Law, float>,
       .encode64 = encodeAll<Law, double>,
-      .decode16 = decodeAll<Law, int16_t>,
+      .decode16 = decodeInt16s<Law>,
       .decodeInt = decodeAll<Law, int32_t>,
       .decode32 = decodeAll<Law, float>,
       .decode64 = decodeAll<Law, double>,
