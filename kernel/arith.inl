@@ -230,31 +230,43 @@ MOX_INLINE void narrowTo(double* p, V v) {
   store(p, v);
 }
 
-MOX_INLINE Vec<double, 2> evens(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 0, 0); }
-MOX_INLINE Vec<double, 2> odds(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 1, 1); }
-MOX_INLINE Vec<double, 2> swapped(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 1, 0); }
-#if MOX_VEC_BYTES >= 32
-MOX_INLINE Vec<double, 4> evens(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 0, 0, 2, 2); }
-MOX_INLINE Vec<double, 4> odds(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 1, 1, 3, 3); }
-MOX_INLINE Vec<double, 4> swapped(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
-#endif
-#if MOX_VEC_BYTES == 64
-MOX_INLINE Vec<double, 8> evens(Vec<double, 8> v) { return __builtin_shufflevector(v, v, 0, 0, 2, 2, 4, 4, 6, 6); }
-MOX_INLINE Vec<double, 8> odds(Vec<double, 8> v) { return __builtin_shufflevector(v, v, 1, 1, 3, 3, 5, 5, 7, 7); }
-MOX_INLINE Vec<double, 8> swapped(Vec<double, 8> v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
+// a - c in even, a + c in odd places; with `fused`, of the exact products a*b.
+#if MOX_HAS_FMA
+MOX_INLINE Vec<double, 2> minusPlus(Vec<double, 2> a, Vec<double, 2> c) { return _mm_addsub_pd(a, c); }
+MOX_INLINE Vec<double, 4> minusPlus(Vec<double, 4> a, Vec<double, 4> c) { return _mm256_addsub_pd(a, c); }
+MOX_INLINE Vec<double, 2> fusedMinusPlus(Vec<double, 2> a, Vec<double, 2> b, Vec<double, 2> c) {
+  return _mm_fmaddsub_pd(a, b, c);
+}
+MOX_INLINE Vec<double, 4> fusedMinusPlus(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
+  return _mm256_fmaddsub_pd(a, b, c);
+}
+#  if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<double, 8> fusedMinusPlus(Vec<double, 8> a, Vec<double, 8> b, Vec<double, 8> c) {
+  return _mm512_fmaddsub_pd(a, b, c);
+}
+MOX_INLINE Vec<double, 8> minusPlus(Vec<double, 8> a, Vec<double, 8> c) {
+  return fusedMinusPlus(a, broadcast<Vec<double, 8>>(1), c);
+}
+#  endif
+#else
+MOX_INLINE Vec<double, 2> minusPlus(Vec<double, 2> a, Vec<double, 2> c) {
+  const Vec<double, 2> low = a - c, high = a + c;
+  return __builtin_shufflevector(low, high, 0, 3);
+}
+template <class V>
+MOX_INLINE V fusedMinusPlus(V a, V b, V c) {
+  return minusPlus(a * b, c);
+}
 #endif
 
 // a*b - c in even, a*b + c in odd places. Widened float32 products are exact, so that fusing changes nothing; float64
 // products are rounded before the sum. Either way every processor gives the same bits.
 template <class R, class V>
 MOX_INLINE V productMinusPlus(V a, V b, V c) {
-  using Bits = Vec<uint64_t, sizeof(V) / 8>;
-  const Bits signs = Alternating<uint64_t>(uint64_t{1} << 63, 0).template vector<Bits>();
-  const V turned = reinterpret_cast<V>(reinterpret_cast<Bits>(c) ^ signs);
   if constexpr (sizeof(R) == sizeof(float)) {
-    return fma(a, b, turned);
+    return fusedMinusPlus(a, b, c);
   } else {
-    return a * b + turned;
+    return minusPlus(a * b, c);
   }
 }
 
@@ -264,7 +276,7 @@ struct ProductMap {
   template <class V>
   MOX_INLINE V at(size_t i) const {
     const V x = wide(a + i, static_cast<V*>(nullptr)), y = wide(b + i, static_cast<V*>(nullptr));
-    return productMinusPlus<R>(evens(x), y, odds(x) * swapped(y));
+    return productMinusPlus<R>(realParts(x), y, imagParts(x) * swapParts(y));
   }
 };
 
@@ -276,7 +288,7 @@ struct ScaledMap {
   template <class V>
   MOX_INLINE V at(size_t i) const {
     const V x = wide(a + i, static_cast<V*>(nullptr));
-    return productMinusPlus<R>(x, re.vector<V>(), swapped(x) * im.vector<V>());
+    return productMinusPlus<R>(x, re.vector<V>(), swapParts(x) * im.vector<V>());
   }
 };
 
@@ -297,7 +309,8 @@ MOX_INLINE void multiplyWith(R* dst, size_t n, const Map& map) {
 
 template <class R, class Map>
 MOX_INLINE void multiplyAll(R* dst, size_t n, const Map& map) {
-  constexpr int L = kLanes<double>;
+  // Conversions of four run on more ports than those of eight.
+  constexpr int L = sizeof(R) == 4 && kVecBytes > 32 ? 4 : kLanes<double>;
   if (n >= L) return multiplyWith<L>(dst, n, map);
   if constexpr (L > 4) {
     if (n >= 4) return multiplyWith<4>(dst, n, map);

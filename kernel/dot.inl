@@ -8,20 +8,63 @@ constexpr size_t kDotLanes = 16;
 MOX_INLINE double fma(double a, double b, double c) { return kHasFma ? __builtin_fma(a, b, c) : a * b + c; }
 
 // W doubles from W values.
-constexpr int kDotWidth = kVecBytes >= 32 ? 4 : 2;  // wider conversions are slower than two of 32 bytes
+constexpr int kDotWidth = kVecBytes >= 32 ? 4 : 2;  // one conversion of eight takes the time of two of four
 using DotVec = Vec<double, kDotWidth>;
 MOX_INLINE DotVec widened(const float* p) { return wide(p, static_cast<DotVec*>(nullptr)); }
 MOX_INLINE DotVec widened(const double* p) { return load<DotVec>(p); }
 
-// N lanes, folded by halves to Keep neighbours.
-template <int N, int Keep>
-MOX_INLINE void fold(double* lanes) {
-#pragma GCC unroll 8
-  for (int half = N / 2; half >= Keep; half /= 2) {
-#pragma GCC unroll 32
-    for (int k = 0; k < half; ++k) lanes[k] += lanes[k + half];
+// Sums of values that need no conversion take the widest vectors.
+template <class T>
+using SumVec = std::conditional_t<sizeof(T) == 4, DotVec, Vec<double, kLanes<double>>>;
+template <class T>
+constexpr int kSumWidth = sizeof(SumVec<T>) / sizeof(double);
+template <class T>
+MOX_INLINE SumVec<T> summands(const T* p) {
+  return wide(p, static_cast<SumVec<T>*>(nullptr));
+}
+
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE Vec<double, 2> lowerLanes(Vec<double, 4> v) { return _mm256_castpd256_pd128(v); }
+MOX_INLINE Vec<double, 2> upperLanes(Vec<double, 4> v) { return _mm256_extractf128_pd(v, 1); }
+#endif
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<double, 4> lowerLanes(Vec<double, 8> v) { return __builtin_shufflevector(v, v, 0, 1, 2, 3); }
+MOX_INLINE Vec<double, 4> upperLanes(Vec<double, 8> v) { return _mm512_maskz_extractf64x4_pd(0xff, v, 1); }
+#endif
+template <class V>
+MOX_INLINE Vec<double, 2> lanesFolded(V v) {
+  if constexpr (sizeof(V) == sizeof(Vec<double, 2>)) {
+    return v;
+  } else {
+    return lanesFolded(lowerLanes(v) + upperLanes(v));
   }
 }
+// The lanes of N vectors in an array, for what a whole number of rounds leaves over. (Taken back into the array that
+// the loop sums in, they would keep that out of registers.)
+template <class V, int N>
+struct Lanes {
+  static constexpr int kWidth = sizeof(V) / sizeof(double);
+  double at[N * kWidth];
+  MOX_INLINE explicit Lanes(const V (&v)[N]) {
+#pragma GCC unroll 16
+    for (int k = 0; k < N; ++k) store(at + k * kWidth, v[k]);
+  }
+  MOX_INLINE void storeTo(V (&v)[N]) const {
+#pragma GCC unroll 16
+    for (int k = 0; k < N; ++k) v[k] = load<V>(at + k * kWidth);
+  }
+  // Two lanes, by halves.
+  MOX_INLINE Vec<double, 2> folded() const {
+    V v[N];
+    storeTo(v);
+#pragma GCC unroll 8
+    for (int half = N / 2; half > 0; half /= 2) {
+#pragma GCC unroll 16
+      for (int k = 0; k < half; ++k) v[k] += v[k + half];
+    }
+    return lanesFolded(v[0]);
+  }
+};
 
 template <class T>
 double dotReal(const T* a, const T* b, size_t n) {
@@ -30,21 +73,19 @@ double dotReal(const T* a, const T* b, size_t n) {
     for (size_t i = 0; i < n; ++i) sum = fma(double{a[i]}, double{b[i]}, sum);
     return sum;
   }
-  constexpr int kVectors = kDotLanes / kDotWidth;
-  DotVec sums[kVectors] = {};
+  constexpr int kWidth = kSumWidth<T>, kVectors = kDotLanes / kWidth;
+  SumVec<T> sums[kVectors] = {};
   size_t i = 0;
   for (; i + kDotLanes <= n; i += kDotLanes) {
 #pragma GCC unroll 8
     for (int v = 0; v < kVectors; ++v) {
-      sums[v] = fma(widened(a + i + v * kDotWidth), widened(b + i + v * kDotWidth), sums[v]);
+      sums[v] = fma(summands(a + i + v * kWidth), summands(b + i + v * kWidth), sums[v]);
     }
   }
-  double lanes[kDotLanes];
-#pragma GCC unroll 8
-  for (int v = 0; v < kVectors; ++v) store(lanes + v * kDotWidth, sums[v]);
-  for (size_t k = 0; i < n; ++i, ++k) lanes[k] = fma(double{a[i]}, double{b[i]}, lanes[k]);
-  fold<kDotLanes, 1>(lanes);
-  return lanes[0];
+  Lanes lanes(sums);
+  for (size_t k = 0; i < n; ++i, ++k) lanes.at[k] = fma(double{a[i]}, double{b[i]}, lanes.at[k]);
+  const Vec<double, 2> two = lanes.folded();
+  return two[0] + two[1];
 }
 
 // In a lane two complex products each: of equal parts (re re, im im) and of crossed ones (re im, im re).
@@ -61,32 +102,26 @@ void dotComplex(const T* a, const T* b, size_t n, double* reIm) {
     reIm[1] = im;
     return;
   }
-  constexpr int kVectors = 2 * kDotLanes / kDotWidth;
-  DotVec equal[kVectors] = {}, crossed[kVectors] = {};
+  constexpr int kWidth = kSumWidth<T>, kVectors = 2 * kDotLanes / kWidth;
+  SumVec<T> equal[kVectors] = {}, crossed[kVectors] = {};
   size_t i = 0;
   for (; i + 2 * kDotLanes <= 2 * n; i += 2 * kDotLanes) {
 #pragma GCC unroll 16
     for (int v = 0; v < kVectors; ++v) {
-      const DotVec x = widened(a + i + v * kDotWidth), y = widened(b + i + v * kDotWidth);
+      const SumVec<T> x = summands(a + i + v * kWidth), y = summands(b + i + v * kWidth);
       equal[v] = fma(x, y, equal[v]);
       crossed[v] = fma(x, swapParts(y), crossed[v]);
     }
   }
-  double e[2 * kDotLanes], c[2 * kDotLanes];
-#pragma GCC unroll 16
-  for (int v = 0; v < kVectors; ++v) {
-    store(e + v * kDotWidth, equal[v]);
-    store(c + v * kDotWidth, crossed[v]);
-  }
+  Lanes equals(equal), crosseds(crossed);
   for (size_t k = 0; i < 2 * n; i += 2, k += 2) {
     const double ar = a[i], ai = a[i + 1], br = b[i], bi = b[i + 1];
-    e[k] = fma(ar, br, e[k]);
-    e[k + 1] = fma(ai, bi, e[k + 1]);
-    c[k] = fma(ar, bi, c[k]);
-    c[k + 1] = fma(ai, br, c[k + 1]);
+    equals.at[k] = fma(ar, br, equals.at[k]);
+    equals.at[k + 1] = fma(ai, bi, equals.at[k + 1]);
+    crosseds.at[k] = fma(ar, bi, crosseds.at[k]);
+    crosseds.at[k + 1] = fma(ai, br, crosseds.at[k + 1]);
   }
-  fold<2 * kDotLanes, 2>(e);
-  fold<2 * kDotLanes, 2>(c);
+  const Vec<double, 2> e = equals.folded(), c = crosseds.folded();
   reIm[0] = e[0] - e[1];
   reIm[1] = c[0] + c[1];
 }
@@ -103,38 +138,43 @@ MOX_INLINE Vec<double, 4> twice(const T* p, Vec<double, 4>*) {
   return spread(wide(p, static_cast<Vec<double, 2>*>(nullptr)));
 }
 #endif
+#if MOX_VEC_BYTES == 64
+template <class T>
+MOX_INLINE Vec<double, 8> twice(const T* p, Vec<double, 8>*) {
+  const Vec<double, 4> v = wide(p, static_cast<Vec<double, 4>*>(nullptr));
+  return __builtin_shufflevector(v, v, 0, 0, 1, 1, 2, 2, 3, 3);
+}
+#endif
 
 // a real, b complex
 template <class T>
 void dotRealComplex(const T* a, const T* b, size_t n, double* reIm) {
-  double lanes[2 * kDotLanes];
-  size_t i = 0;
   if (n <= kDotLanes) {
-    lanes[0] = lanes[1] = 0;
-    for (; i < n; ++i) {
-      lanes[0] = fma(double{a[i]}, double{b[2 * i]}, lanes[0]);
-      lanes[1] = fma(double{a[i]}, double{b[2 * i + 1]}, lanes[1]);
+    double re = 0, im = 0;
+    for (size_t i = 0; i < n; ++i) {
+      re = fma(double{a[i]}, double{b[2 * i]}, re);
+      im = fma(double{a[i]}, double{b[2 * i + 1]}, im);
     }
-  } else {
-    constexpr int kVectors = 2 * kDotLanes / kDotWidth;
-    DotVec sums[kVectors] = {};
-    for (; i + kDotLanes <= n; i += kDotLanes) {
-#pragma GCC unroll 16
-      for (int v = 0; v < kVectors; ++v) {
-        const DotVec x = twice(a + i + v * kDotWidth / 2, static_cast<DotVec*>(nullptr));
-        sums[v] = fma(x, widened(b + 2 * i + v * kDotWidth), sums[v]);
-      }
-    }
-#pragma GCC unroll 16
-    for (int v = 0; v < kVectors; ++v) store(lanes + v * kDotWidth, sums[v]);
-    for (size_t k = 0; i < n; ++i, k += 2) {
-      lanes[k] = fma(double{a[i]}, double{b[2 * i]}, lanes[k]);
-      lanes[k + 1] = fma(double{a[i]}, double{b[2 * i + 1]}, lanes[k + 1]);
-    }
-    fold<2 * kDotLanes, 2>(lanes);
+    reIm[0] = re;
+    reIm[1] = im;
+    return;
   }
-  reIm[0] = lanes[0];
-  reIm[1] = lanes[1];
+  constexpr int kWidth = kSumWidth<T>, kVectors = 2 * kDotLanes / kWidth;
+  SumVec<T> sums[kVectors] = {};
+  size_t i = 0;
+  for (; i + kDotLanes <= n; i += kDotLanes) {
+#pragma GCC unroll 16
+    for (int v = 0; v < kVectors; ++v) {
+      const SumVec<T> x = twice(a + i + v * kWidth / 2, static_cast<SumVec<T>*>(nullptr));
+      sums[v] = fma(x, summands(b + 2 * i + v * kWidth), sums[v]);
+    }
+  }
+  Lanes lanes(sums);
+  for (size_t k = 0; i < n; ++i, k += 2) {
+    lanes.at[k] = fma(double{a[i]}, double{b[2 * i]}, lanes.at[k]);
+    lanes.at[k + 1] = fma(double{a[i]}, double{b[2 * i + 1]}, lanes.at[k + 1]);
+  }
+  store(reIm, lanes.folded());
 }
 
 // ---- int16: sums modulo 2^32

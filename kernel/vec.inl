@@ -153,7 +153,9 @@ MOX_INLINE Vec<float, 4> realParts(Vec<float, 4> v) { return __builtin_shuffleve
 MOX_INLINE Vec<double, 2> realParts(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 0, 0); }
 #if MOX_VEC_BYTES >= 32
 MOX_INLINE Vec<float, 8> realParts(Vec<float, 8> v) { return __builtin_shufflevector(v, v, 0, 0, 2, 2, 4, 4, 6, 6); }
-MOX_INLINE Vec<double, 4> realParts(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 0, 0, 2, 2); }
+MOX_INLINE Vec<double, 4> realParts(Vec<double, 4> v) {
+  return _mm256_castsi256_pd(_mm256_shuffle_epi32(_mm256_castpd_si256(v), 0x44));
+}
 #endif
 #if MOX_VEC_BYTES == 64
 MOX_INLINE Vec<float, 16> realParts(Vec<float, 16> v) {
@@ -165,7 +167,9 @@ MOX_INLINE Vec<float, 4> imagParts(Vec<float, 4> v) { return __builtin_shuffleve
 MOX_INLINE Vec<double, 2> imagParts(Vec<double, 2> v) { return __builtin_shufflevector(v, v, 1, 1); }
 #if MOX_VEC_BYTES >= 32
 MOX_INLINE Vec<float, 8> imagParts(Vec<float, 8> v) { return __builtin_shufflevector(v, v, 1, 1, 3, 3, 5, 5, 7, 7); }
-MOX_INLINE Vec<double, 4> imagParts(Vec<double, 4> v) { return __builtin_shufflevector(v, v, 1, 1, 3, 3); }
+MOX_INLINE Vec<double, 4> imagParts(Vec<double, 4> v) {
+  return _mm256_castsi256_pd(_mm256_shuffle_epi32(_mm256_castpd_si256(v), 0xee));
+}
 #endif
 #if MOX_VEC_BYTES == 64
 MOX_INLINE Vec<float, 16> imagParts(Vec<float, 16> v) {
