@@ -1,4 +1,5 @@
-// Dot products of arrays in L1, L2, L3 and memory, against Eigen and VOLK. Ours sum in float64.
+// Dot products of arrays in L1, L2, L3 and memory, against Eigen, OpenBLAS and VOLK. Ours sum in float64.
+#include <cblas.h>
 #include <volk/volk.h>
 
 #include <algorithm>
@@ -23,6 +24,7 @@ struct Float {
   static constexpr int parts = 1;
   static Sum<float> ours(const float* a, const float* b, int32_t n) { return moxsDotProd(a, b, n); }
   static Sum<float> eigen(const float* a, const float* b, int32_t n) { return eigenDot(a, b, n); }
+  static Sum<float> openblas(const float* a, const float* b, int32_t n) { return cblas_sdot(n, a, 1, b, 1); }
   static Sum<float> volk(const float* a, const float* b, int32_t n) {
     float sum;
     volk_32f_x2_dot_prod_32f(&sum, a, b, static_cast<unsigned>(n));
@@ -36,6 +38,7 @@ struct Double {
   static constexpr int parts = 1;
   static Sum<double> ours(const double* a, const double* b, int32_t n) { return moxdDotProd(a, b, n); }
   static Sum<double> eigen(const double* a, const double* b, int32_t n) { return eigenDot(a, b, n); }
+  static Sum<double> openblas(const double* a, const double* b, int32_t n) { return cblas_ddot(n, a, 1, b, 1); }
 };
 
 struct ComplexFloat {
@@ -47,6 +50,11 @@ struct ComplexFloat {
     return {sum.re, sum.im};
   }
   static Sum<float> eigen(const float* a, const float* b, int32_t n) { return eigenDotComplex(a, b, n); }
+  static Sum<float> openblas(const float* a, const float* b, int32_t n) {
+    Sum<float> sum;
+    cblas_cdotu_sub(n, a, 1, b, 1, &sum);
+    return sum;
+  }
   static Sum<float> volk(const float* a, const float* b, int32_t n) {
     lv_32fc_t sum;
     volk_32fc_x2_dot_prod_32fc(&sum, reinterpret_cast<const lv_32fc_t*>(a), reinterpret_cast<const lv_32fc_t*>(b),
@@ -64,6 +72,11 @@ struct ComplexDouble {
     return {sum.re, sum.im};
   }
   static Sum<double> eigen(const double* a, const double* b, int32_t n) { return eigenDotComplex(a, b, n); }
+  static Sum<double> openblas(const double* a, const double* b, int32_t n) {
+    Sum<double> sum;
+    cblas_zdotu_sub(n, a, 1, b, 1, &sum);
+    return sum;
+  }
 };
 
 // A sum of n products in any order, products rounded as well, is within 2n u of the sum of their sizes; each part of a
@@ -105,6 +118,7 @@ void addAll() {
   for (const int32_t n : kSizes) {
     for (const auto* const kernels : kernelSets()) addCase<Case>(kernels->name, n, kernels, Case::ours);
     addCase<Case>("eigen", n, nullptr, Case::eigen);
+    addCase<Case>("openblas", n, nullptr, Case::openblas);
     if constexpr (requires { Case::volk; }) addCase<Case>("volk", n, nullptr, Case::volk);
   }
 }

@@ -11,7 +11,7 @@
 namespace moxbench {
 namespace {
 
-constexpr int32_t kSizes[] = {64, 1024, 16384};
+constexpr int32_t kSizes[] = {64, 1024, 16384, 1 << 20};
 
 template <class T, T (*function)(T)>
 void loop(const T* src, T* dst, int32_t n) {

@@ -26,6 +26,7 @@ int main(int argc, char** argv) {
   moxbench::registerConvert();
   moxbench::registerDotProd();
   moxbench::registerElementwise();
+  moxbench::registerInt16();
   moxbench::registerLnExp();
   moxbench::registerLaw();
   moxbench::registerFft();

@@ -1,8 +1,15 @@
 #include "bench/native.h"
 
 #include <Eigen/Core>
+#include <algorithm>
 #include <complex>
 #include <cstring>
+// spandsp's headers need the integer types, and each other in this order.
+#include <spandsp/telephony.h>
+
+#include <spandsp/bit_operations.h>
+
+#include <spandsp/g711.h>
 
 #include <immintrin.h>
 #include <sleef.h>
@@ -88,11 +95,53 @@ std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t
   return (in(complexes(a), n) * in(complexes(b), n)).sum();
 }
 
+namespace {
+int16_t limited(int32_t v) { return static_cast<int16_t>(std::clamp(v, -32768, 32767)); }
+}  // namespace
+
+void loopAddSaturated(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = limited(a[i] + b[i]);
+}
+void loopAddShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = limited((a[i] + b[i]) >> shift);
+}
+void loopMpyShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = limited(a[i] * b[i] >> shift);
+}
+void loopMpyComplexShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift) {
+  for (ptrdiff_t i = 0; i < 2 * n; i += 2) {
+    dst[i] = limited((a[i] * b[i] - a[i + 1] * b[i + 1]) >> shift);
+    dst[i + 1] = limited((a[i] * b[i + 1] + a[i + 1] * b[i]) >> shift);
+  }
+}
+
+void spandspEncodeA(const int16_t* src, uint8_t* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = linear_to_alaw(src[i]);
+}
+void spandspDecodeA(const uint8_t* src, int16_t* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = alaw_to_linear(src[i]);
+}
+void spandspEncodeMu(const int16_t* src, uint8_t* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = linear_to_ulaw(src[i]);
+}
+void spandspDecodeMu(const uint8_t* src, int16_t* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = ulaw_to_linear(src[i]);
+}
+
 void eigenSqrt(const float* src, float* dst, ptrdiff_t n) { out(dst, n) = in(src, n).sqrt(); }
 void eigenSqrt(const double* src, double* dst, ptrdiff_t n) { out(dst, n) = in(src, n).sqrt(); }
+void eigenSqrtComplex(const float* src, float* dst, ptrdiff_t n) {
+  out(complexes(dst), n) = in(complexes(src), n).sqrt();
+}
+void eigenAbs(const float* src, float* dst, ptrdiff_t n) { out(dst, n) = in(src, n).abs(); }
+void eigenRaise(const float* src, float* dst, ptrdiff_t n, float thresh) { out(dst, n) = in(src, n).max(thresh); }
 float eigenMean(const float* src, ptrdiff_t n) { return in(src, n).mean(); }
+double eigenMean(const double* src, ptrdiff_t n) { return in(src, n).mean(); }
 float eigenMeanPower(const float* src, ptrdiff_t n) { return in(src, n).square().mean(); }
+double eigenMeanPower(const double* src, ptrdiff_t n) { return in(src, n).square().mean(); }
 float eigenMax(const float* src, ptrdiff_t n) { return in(src, n).maxCoeff(); }
+double eigenMax(const double* src, ptrdiff_t n) { return in(src, n).maxCoeff(); }
+int16_t eigenMax(const int16_t* src, ptrdiff_t n) { return in(src, n).maxCoeff(); }
 
 void eigenToInt16(const float* src, float scale, int16_t* dst, ptrdiff_t n) {
   out(dst, n) = (in(src, n) * scale).max(-32768.0f).min(32767.0f).cast<int16_t>();

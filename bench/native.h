@@ -1,4 +1,5 @@
-// Peers that are as fast as the flags that their users compile with: Eigen, and SLEEF in the widest vectors.
+// Peers that are as fast as the flags that their users compile with: Eigen, SLEEF in the widest vectors, inline
+// functions and plain loops.
 #pragma once
 #include <complex>
 #include <cstddef>
@@ -20,11 +21,30 @@ double eigenDot(const double* a, const double* b, ptrdiff_t n);
 std::complex<float> eigenDotComplex(const float* a, const float* b, ptrdiff_t n);
 std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t n);
 
+// int16: limited to 16 bits, or shifted down and limited
+void loopAddSaturated(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n);
+void loopAddShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift);
+void loopMpyShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift);
+void loopMpyComplexShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift);
+
+// spandsp's inline functions on arrays
+void spandspEncodeA(const int16_t* src, uint8_t* dst, ptrdiff_t n);
+void spandspDecodeA(const uint8_t* src, int16_t* dst, ptrdiff_t n);
+void spandspEncodeMu(const int16_t* src, uint8_t* dst, ptrdiff_t n);
+void spandspDecodeMu(const uint8_t* src, int16_t* dst, ptrdiff_t n);
+
 void eigenSqrt(const float* src, float* dst, ptrdiff_t n);
 void eigenSqrt(const double* src, double* dst, ptrdiff_t n);
+void eigenSqrtComplex(const float* src, float* dst, ptrdiff_t n);
+void eigenAbs(const float* src, float* dst, ptrdiff_t n);
+void eigenRaise(const float* src, float* dst, ptrdiff_t n, float thresh);
 float eigenMean(const float* src, ptrdiff_t n);
+double eigenMean(const double* src, ptrdiff_t n);
 float eigenMeanPower(const float* src, ptrdiff_t n);
+double eigenMeanPower(const double* src, ptrdiff_t n);
 float eigenMax(const float* src, ptrdiff_t n);
+double eigenMax(const double* src, ptrdiff_t n);
+int16_t eigenMax(const int16_t* src, ptrdiff_t n);
 
 // The nearest integer is not asked for: values are truncated.
 void eigenToInt16(const float* src, float scale, int16_t* dst, ptrdiff_t n);

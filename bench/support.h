@@ -62,6 +62,7 @@ void registerElementwise();
 void registerFft();
 void registerFir();
 void registerIir();
+void registerInt16();
 void registerLaw();
 void registerLms();
 void registerLnExp();

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs those Debian packages of the named groups that are missing: tools/packages.sh build|test|example|bench ...
+# Installs those Debian packages of the named groups that are missing: tools/packages.sh build|test|example|bench|tool ...
 # When none is, this asks dpkg only and needs neither root nor a network.
 set -euo pipefail
 
@@ -12,7 +12,8 @@ declare -A groups=(
   [build]="cmake ninja-build g++"
   [test]="clang-14 libclang-rt-14-dev lld-14 llvm-14 g++-mingw-w64-i686-posix googletest libgtest-dev libfftw3-dev libspandsp-dev"
   [example]="pkg-config gnuplot-nox libsndfile1-dev libcairo2-dev libpng-dev alsa-utils"
-  [bench]="pkg-config libbenchmark-dev libfftw3-dev libvolk2-dev libeigen3-dev libsleef-dev libspandsp-dev libliquid-dev"
+  [bench]="pkg-config libbenchmark-dev libfftw3-dev libvolk2-dev libeigen3-dev libsleef-dev libspandsp-dev libliquid-dev libopenblas-serial-dev"
+  [tool]="libmpfr-dev"
 )
 
 [ $# -gt 0 ] || fail "name some of the groups: ${!groups[*]}"
