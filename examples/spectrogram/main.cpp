@@ -2,7 +2,7 @@
 //
 // The recording is cut into overlapping windows of about 40 ms; each is multiplied by a Hann window and transformed
 // with moxsRealFftNip. The mean power of all windows that fall into a column of the picture becomes that column's
-// levels.
+// levels in decibels.
 #include <moxa1.h>
 
 #include <algorithm>
@@ -18,6 +18,11 @@
 
 namespace {
 
+// The library's functions leave what went wrong in the thread's status.
+void check() {
+  if (moxGetErrStatus() < 0) throw Failure(moxErrorStr(moxGetErrStatus()));
+}
+
 // A window is the power of two nearest to 40 ms and to at least 256 samples, shorter where the recording is not eight
 // of them long; never shorter than 64 or longer than 32768.
 int windowOrder(const Recording& recording) {
@@ -30,7 +35,11 @@ int windowOrder(const Recording& recording) {
 class Spectrum {
  public:
   explicit Spectrum(int order)
-      : order_(order), window_(size_t{1} << order), product_(window_.size()), ccs_(window_.size() + 2) {
+      : order_(order),
+        window_(size_t{1} << order),
+        product_(window_.size()),
+        magnitudes_(window_.size() / 2 + 1),
+        spectrum_(magnitudes_.size()) {
     const double turn = 2 * std::acos(-1.0) / static_cast<double>(window_.size());
     for (size_t i = 0; i < window_.size(); ++i) {
       window_[i] = static_cast<float>(0.5 - 0.5 * std::cos(turn * static_cast<double>(i)));
@@ -40,23 +49,34 @@ class Spectrum {
   int bins() const { return static_cast<int>(window_.size() / 2) + 1; }
 
   // sum[bin] += |X[bin]|^2, scaled so that a sine of amplitude 1 counts 1.
-  void addPower(const float* samples, std::vector<double>& sum) {
+  void addPower(const float* samples, std::vector<float>& sum) {
     moxsbMpy3(samples, window_.data(), product_.data(), static_cast<int32_t>(window_.size()));
-    moxsRealFftNip(product_.data(), ccs_.data(), order_, MOX_Forw);
-    if (moxGetErrStatus() < 0) throw Failure(moxErrorStr(moxGetErrStatus()));
-    const double scale = 4 / static_cast<double>(window_.size());  // a sine: amplitude/2 * the window's mean, 1/2 * N
-    for (size_t bin = 0; bin < sum.size(); ++bin) {
-      const double re = scale * ccs_[2 * bin], im = scale * ccs_[2 * bin + 1];
-      sum[bin] += re * re + im * im;
-    }
+    moxsRealFftNip(product_.data(), &spectrum_.data()->re, order_, MOX_Forw);
+    check();  // moxcbMag clears the status
+    const auto bins = static_cast<int32_t>(sum.size());
+    moxcbMag(spectrum_.data(), magnitudes_.data(), bins);
+    // A sine: amplitude/2 * the window's mean, 1/2 * N.
+    moxsbMpy1(4 / static_cast<float>(window_.size()), magnitudes_.data(), bins);
+    moxsbSqr1(magnitudes_.data(), bins);
+    moxsbAdd2(magnitudes_.data(), sum.data(), bins);
+    check();
   }
 
  private:
   int order_;
-  std::vector<float> window_, product_, ccs_;
+  std::vector<float> window_, product_, magnitudes_;
+  std::vector<MoxC> spectrum_;
 };
 
-float decibels(double power) { return static_cast<float>(10 * std::log10(std::max(power, 1e-20))); }
+// levels[i] = 10 log10(power[i] / count)
+void toDecibels(const std::vector<float>& power, int64_t count, float* levels) {
+  const auto n = static_cast<int32_t>(power.size());
+  moxsbThresh2(power.data(), levels, n, 1e-20f, MOX_LT);
+  moxsbLn1(levels, n);
+  moxsbMpy1(static_cast<float>(10 / std::log(10.0)), levels, n);
+  moxsbAdd1(static_cast<float>(-10 * std::log10(static_cast<double>(count))), levels, n);
+  check();
+}
 
 struct Analysis {
   int order;
@@ -75,11 +95,11 @@ Analysis analyse(Recording& recording) {
 
   std::vector<float> samples(static_cast<size_t>(size), 0.0f);
   recording.read(samples.data() + size / 2, static_cast<size_t>(size / 2));
-  std::vector<double> power(bins);
+  std::vector<float> power(bins);
   int64_t window = 0;
   for (int64_t column = 0; column < kPictureColumns; ++column) {
-    const auto levels = result.levels.begin() + column * static_cast<int64_t>(bins);
-    std::fill(power.begin(), power.end(), 0.0);
+    float* const levels = result.levels.data() + static_cast<size_t>(column) * bins;
+    std::fill(power.begin(), power.end(), 0.0f);
     int64_t count = 0;
     for (; window * hop * kPictureColumns < (column + 1) * frames; ++window, ++count) {
       spectrum.addPower(samples.data(), power);
@@ -88,10 +108,9 @@ Analysis analyse(Recording& recording) {
     }
     result.spectra += count;
     if (count == 0) {  // fewer samples than columns; never the first one
-      std::copy(levels - static_cast<int64_t>(bins), levels, levels);
+      std::copy(levels - bins, levels, levels);
     } else {
-      std::transform(power.begin(), power.end(), levels,
-                     [&](double p) { return decibels(p / static_cast<double>(count)); });
+      toDecibels(power, count, levels);
     }
   }
   return result;
