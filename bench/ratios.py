@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Tables of times and ratios from the JSON output of moxa1_bench.
 
-usage: ratios.py RESULTS.json [--sets avx512,avx2,sse2]
+usage: ratios.py RESULTS.json [--sets avx512,avx2,sse2] [--summary]
 
 Every entry is the median processor time over the repetitions of the run. A ratio is a peer's time divided by ours: 2.0
 means that this library takes half the peer's time. Where there are several peers, ratios are those of the first set.
+--summary makes one table of each family: times for 1024 elements, and for each size the ratios of the first two sets to
+the fastest peer (copies do not count).
 """
 import argparse
 import collections
@@ -51,6 +53,28 @@ def print_table(title, rows, sets):
     print()
 
 
+def print_summary(family, cases, sets):
+    """cases: {case: {size: {contender: nanoseconds}}}"""
+    sets = sets[:2]
+    sizes = sorted({size for rows in cases.values() for size in rows})
+    print(f"| {family} | " + " | ".join(f"{s}, ns" for s in sets) + " | fastest peer, ns | "
+          + " | ".join(f"{size:,}" for size in sizes) + " |")
+    print("|---|" + "---:|" * (len(sets) + 1 + len(sizes)))
+    for case, rows in cases.items():
+        def fastest(row):
+            return min(((t, p) for p, t in row.items() if p not in SETS and p != "copy"), default=None)
+        row = rows.get(1024, {})
+        peer = fastest(row)
+        cells = [case] + [nanoseconds(row[s]) if s in row else "" for s in sets]
+        cells.append(f"{peer[1]} {nanoseconds(peer[0])}" if peer else "")
+        for size in sizes:
+            row = rows.get(size, {})
+            peer = fastest(row)
+            cells.append(" / ".join(f"{peer[0] / row[s]:.2f}" for s in sets if s in row) if peer else "")
+        print("| " + " | ".join(cells) + " |")
+    print()
+
+
 def print_machine(context):
     caches = [f"{cache['size'] // 1024:,} KiB L{cache['level']}" for cache in context["caches"]
               if cache["type"] != "Instruction"]
@@ -61,11 +85,17 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("results", type=argparse.FileType())
     parser.add_argument("--sets", default=",".join(SETS))
+    parser.add_argument("--summary", action="store_true")
     arguments = parser.parse_args()
     results = json.load(arguments.results)
     tables, errors = medians(results)
     print_machine(results["context"])
+    families = collections.defaultdict(dict)
     for (family, case), rows in tables.items():
+        families[family][case] = rows
+    for family, cases in families.items() if arguments.summary else ():
+        print_summary(family, cases, arguments.sets.split(","))
+    for (family, case), rows in () if arguments.summary else tables.items():
         print_table(f"{case}, {'order' if family == 'fft' else 'n'}", rows, arguments.sets.split(","))
     for error in dict.fromkeys(errors):
         print(error, file=sys.stderr)
