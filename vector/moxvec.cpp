@@ -140,8 +140,9 @@ MoxV limited(MoxV x, int16_t thresh, bool raise) {
   const int64_t square = int64_t{x.re} * x.re + int64_t{x.im} * x.im, limit = int64_t{thresh} * thresh;
   if (raise ? square >= limit : square <= limit) return x;
   if (square == 0) return {thresh, x.im};
-  const double scale = thresh / std::sqrt(static_cast<double>(square));
-  return {static_cast<int16_t>(x.re * scale), static_cast<int16_t>(x.im * scale)};
+  // Exact products: what is an integer comes out as one (26 * (126 / 26.0) is less than 126).
+  const double size = std::sqrt(static_cast<double>(square));
+  return {static_cast<int16_t>(x.re * thresh / size), static_cast<int16_t>(x.im * thresh / size)};
 }
 
 template <class T>
