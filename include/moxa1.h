@@ -20,7 +20,8 @@
  *
  * The thread's status is sticky: while it is negative, every function that does not clear it on entry returns without
  * doing its work, after its own checks. Set it back with moxSetErrStatus(MOX_StsOk). Exempt are the functions of the
- * groups "Errors" and "Memory and version" and the scalar complex operations.
+ * groups "Errors" and "Memory and version", the operations on single complex values (but moxvAdd, moxvSub and moxvMpy)
+ * and what says so itself.
  *
  * A new thread starts in mode MOX_ErrModeLeaf with moxGuiBoxReport as its handler: a report asks, or ends the process.
  * Programs that want to look at the status themselves call moxSetErrMode(MOX_ErrModeParent) or MOX_ErrModeSilent on
@@ -32,10 +33,10 @@
  *
  * @section bits Reproducible results
  * Sums and products are evaluated in a fixed order, whatever the alignment. Results have the same bits on every
- * processor with fused multiply-add (AVX2 or later) and in both products; on older processors transforms, logarithms
- * and exponentials may differ in the last place. The floating-point state of the calling thread (rounding mode,
- * flush-to-zero) acts on the arithmetic of the samples as the processor defines it; tables are built in the default
- * state.
+ * processor with fused multiply-add (AVX2 or later) and in both products; on older processors transforms, filters,
+ * float64 dot products and mean powers, logarithms, exponentials and polar forms may differ in the last place. The
+ * floating-point state of the calling thread (rounding mode, flush-to-zero) acts on the arithmetic of the samples as
+ * the processor defines it; tables are built in the default state.
  */
 #ifndef MOXA1_H
 #define MOXA1_H
@@ -640,6 +641,7 @@ MOX_API void MOX_CALL moxwbExp2(const int16_t* src, int16_t* dst, int32_t len, i
  * `1` forms work in place, `2` forms write dst; src and dst are the same array or do not overlap, i = 0 ... len-1.
  * Checks: "len<=0", then "vec==0", or "src==0", "dst==0", then what the family names.
  * Real comparisons go by bit patterns: -0.0 lies below +0.0, a NaN beyond the infinity of its sign.
+ * Complex magnitudes neither overflow nor underflow on the way.
  * @{ */
 
 /** How Thresh compares. */
@@ -672,8 +674,8 @@ MOX_API void MOX_CALL moxvbSqr2(const MoxV* src, MoxV* dst, int32_t len, int32_t
 /** @} */
 /** @name Square root
  * Real: a negative element is stored as it is, and after the whole vector "Element of input vector is negative" is
- * reported. Complex: (sqrt(m/2 + re/2), +-sqrt(m/2 - re/2)), m = |x|, the sign that of a negative imaginary part (-0.0
- * is not one); float32 is evaluated in float64. int16 roots are truncated. */
+ * reported; -0.0 stays. Complex: (sqrt(m/2 + re/2), +-sqrt(m/2 - re/2)), m = |x|, the sign that of a negative imaginary
+ * part (-0.0 is not one); float32 is evaluated in float64. int16 roots are truncated. */
 /** @{ */
 MOX_API void MOX_CALL moxsbSqrt1(float* vec, int32_t len);
 MOX_API void MOX_CALL moxsbSqrt2(const float* src, float* dst, int32_t len);

@@ -2,7 +2,8 @@
 // integers, those of non-negative floats order like the values, those of negative ones in reverse, -0.0 below +0.0.
 
 template <class V>
-using SignedBits = Vec<std::conditional_t<sizeof(ElementOf<V>) == 4, int32_t, int64_t>, sizeof(V) / sizeof(ElementOf<V>)>;
+using SignedBits =
+    Vec<std::conditional_t<sizeof(ElementOf<V>) == 4, int32_t, int64_t>, sizeof(V) / sizeof(ElementOf<V>)>;
 template <class V>
 using UnsignedBits = Vec<BitsOf<ElementOf<V>>, sizeof(V) / sizeof(ElementOf<V>)>;
 
@@ -13,8 +14,8 @@ MOX_INLINE Vec<float, 8> squareRoot(Vec<float, 8> v) { return _mm256_sqrt_ps(v);
 MOX_INLINE Vec<double, 4> squareRoot(Vec<double, 4> v) { return _mm256_sqrt_pd(v); }
 #endif
 #if MOX_VEC_BYTES == 64
-MOX_INLINE Vec<float, 16> squareRoot(Vec<float, 16> v) { return _mm512_sqrt_ps(v); }
-MOX_INLINE Vec<double, 8> squareRoot(Vec<double, 8> v) { return _mm512_sqrt_pd(v); }
+MOX_INLINE Vec<float, 16> squareRoot(Vec<float, 16> v) { return _mm512_maskz_sqrt_ps(0xffff, v); }
+MOX_INLINE Vec<double, 8> squareRoot(Vec<double, 8> v) { return _mm512_maskz_sqrt_pd(0xff, v); }
 #endif
 
 template <class V>
@@ -44,10 +45,10 @@ MOX_INLINE void mapUnary(const T* src, T* dst, size_t n, const Op& op) {
 
 // ---- real
 
-struct RootOrSame {  // negative values and negative NaN stay
+struct RootOrSame {  // negative values, -0.0 and negative NaN stay
   template <class V>
   MOX_INLINE V of(V v) const {
-    return reinterpret_cast<UnsignedBits<V>>(v) > kSignBitOf<V> ? v : squareRoot(withoutSign(v));
+    return reinterpret_cast<UnsignedBits<V>>(v) >= kSignBitOf<V> ? v : squareRoot(withoutSign(v));
   }
 };
 template <class T>
@@ -125,17 +126,73 @@ MOX_INLINE V squaredMagnitudes(V v) {
   return squares + swapParts(squares);
 }
 
+MOX_INLINE bool anyLane(Vec<int64_t, 2> mask) { return _mm_movemask_pd(reinterpret_cast<__m128d>(mask)) != 0; }
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE bool anyLane(Vec<int64_t, 4> mask) { return _mm256_movemask_pd(reinterpret_cast<__m256d>(mask)) != 0; }
+#endif
+#if MOX_VEC_BYTES == 64
+MOX_INLINE bool anyLane(Vec<int64_t, 8> mask) { return _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask)) != 0; }
+#endif
+
+// The parts other than zero of float64 elements whose |x|^2 is lost to overflow or underflow.
+template <class V>
+MOX_INLINE SignedBits<V> beyondSquares(V v) {
+  const V square = squaredMagnitudes(v);
+  return ((square < 0x1p-900) & (v != 0)) | (square > 0x1p1000);
+}
+
+// Every element at a scale of its own, a power of four that makes its larger part 1/2 ... 2 (subnormal ones less).
+template <class V>
+struct OwnScale {
+  V v, scale, root;  // v is scaled; root = 1 / sqrt(scale)
+};
+template <class V>
+MOX_INLINE OwnScale<V> atOwnScale(V v) {
+  using U = UnsignedBits<V>;
+  const V a = withoutSign(v), b = swapParts(a);
+  const U most = reinterpret_cast<U>(a > b ? a : b) >> 52 | 1, exponent = most > 2045 ? U{} + 2045 : most;
+  const V scale = reinterpret_cast<V>((2046 - exponent) << 52);
+  return {v * scale, scale, reinterpret_cast<V>(((exponent + 1023) >> 1) << 52)};
+}
+
+// Op::of() computes an element from its |x|^2; where that is lost, Op::careful() does at the element's own scale.
+// (Its neighbours keep to of(): no result depends on them. float32 in float64 never needs it.)
+template <class V, class Op>
+MOX_NOINLINE V whereBeyond(const Op& op, V v) {
+  const SignedBits<V> parts = beyondSquares(v);
+  const V either = swapParts(reinterpret_cast<V>(parts));
+  return (parts | reinterpret_cast<SignedBits<V>>(either)) ? op.careful(v) : op.of(v);
+}
 template <class R, class Op>
 struct ComplexMap {
   const R* a;
   Op op;
   template <class V>
   MOX_INLINE V at(size_t i) const {
-    return op.of(wide(a + i, static_cast<V*>(nullptr)));
+    const V v = wide(a + i, static_cast<V*>(nullptr));
+    if constexpr (sizeof(R) == sizeof(double)) {
+      if (anyLane(beyondSquares(v))) [[unlikely]]
+        return whereBeyond(op, v);
+    }
+    return op.of(v);
   }
 };
 template <class R, class Op>
-MOX_INLINE void mapComplex(const R* src, R* dst, size_t n, const Op& op) {
+struct CarefulMap {
+  const R* a;
+  Op op;
+  template <class V>
+  MOX_INLINE V at(size_t i) const {
+    return op.careful(wide(a + i, static_cast<V*>(nullptr)));
+  }
+};
+// A threshold far out leaves no room for its ratio to an |x| whose square is in range.
+template <class R, class Op>
+MOX_INLINE void mapComplex(const R* src, R* dst, size_t n, const Op& op, double thresh) {
+  if constexpr (sizeof(R) == sizeof(double)) {
+    if (thresh != 0 && (thresh < 0x1p-400 || thresh > 0x1p400)) [[unlikely]]
+      return multiplyAll(dst, 2 * n, CarefulMap<R, Op>{src, op});
+  }
   multiplyAll(dst, 2 * n, ComplexMap<R, Op>{src, op});
 }
 
@@ -155,10 +212,15 @@ struct ComplexRoot {
     const auto negative = odd & (reinterpret_cast<UnsignedBits<V>>(v) > kSignBitOf<V>);
     return negative ? V{} - root : root;
   }
+  template <class V>
+  MOX_INLINE V careful(V v) const {
+    const OwnScale<V> x = atOwnScale(v);
+    return of(x.v) * x.root;
+  }
 };
 template <class R>
 void rootComplex(const R* src, R* dst, size_t n) {
-  mapComplex(src, dst, n, ComplexRoot{});
+  mapComplex(src, dst, n, ComplexRoot{}, 0);
 }
 
 // v scaled to magnitude t, where |v|^2 = square is not zero.
@@ -170,10 +232,20 @@ MOX_INLINE V scaledTo(V v, V square, double t) {
 struct RaiseComplex {
   double thresh;
   template <class V>
+  MOX_INLINE V raised(V v, V square) const {
+    return square == 0 ? (inPart<V, 0>() ? broadcast<V>(thresh) : v) : scaledTo(v, square, thresh);
+  }
+  template <class V>
   MOX_INLINE V of(V v) const {
     const V square = squaredMagnitudes(v);
-    const V ofZero = inPart<V, 0>() ? broadcast<V>(thresh) : v;
-    return square < thresh * thresh ? (square == 0 ? ofZero : scaledTo(v, square, thresh)) : v;
+    const double limit = thresh * thresh, least = thresh > 0 ? 0x1p-1000 : 0;  // zero is below any thresh
+    return square < (limit > least ? limit : least) ? raised(v, square) : v;
+  }
+  template <class V>
+  MOX_INLINE V careful(V v) const {
+    const OwnScale<V> x = atOwnScale(v);
+    const V square = squaredMagnitudes(x.v);
+    return squareRoot(square) < x.scale * thresh ? raised(x.v, square) : v;
   }
 };
 struct LowerComplex {
@@ -183,31 +255,53 @@ struct LowerComplex {
     const V square = squaredMagnitudes(v);
     return square > thresh * thresh ? scaledTo(v, square, thresh) : v;
   }
+  template <class V>
+  MOX_INLINE V careful(V v) const {
+    const OwnScale<V> x = atOwnScale(v);
+    const V square = squaredMagnitudes(x.v);
+    return squareRoot(square) > x.scale * thresh ? scaledTo(x.v, square, thresh) : v;
+  }
 };
 // conj(x) / |x|^2 where |x| > thresh, else conj(x) scaled to magnitude floor, (floor, 0) for zero.
 struct InverseOrFloorComplex {
   double thresh, floor;
   template <class V>
+  MOX_INLINE static V conjugate(V v) {
+    return reinterpret_cast<V>(reinterpret_cast<UnsignedBits<V>>(v) ^
+                               (reinterpret_cast<UnsignedBits<V>>(inPart<V, 1>()) & kSignBitOf<V>));
+  }
+  template <class V>
+  MOX_INLINE V low(V conj, V square) const {
+    return square == 0 ? (inPart<V, 0>() ? broadcast<V>(floor) : V{}) : scaledTo(conj, square, floor);
+  }
+  template <class V>
+  MOX_INLINE static V inverse(V conj, V square) {
+    const V one = broadcast<V>(1);
+    return conj * (one / (square == 0 ? one : square));
+  }
+  template <class V>
   MOX_INLINE V of(V v) const {
-    const V square = squaredMagnitudes(v), one = broadcast<V>(1);
-    const V conj = reinterpret_cast<V>(reinterpret_cast<UnsignedBits<V>>(v) ^
-                                       (reinterpret_cast<UnsignedBits<V>>(inPart<V, 1>()) & kSignBitOf<V>));
-    const V ofZero = inPart<V, 0>() ? broadcast<V>(floor) : V{};
-    const V low = square == 0 ? ofZero : scaledTo(conj, square, floor);
-    return square > thresh * thresh ? conj * (one / (square == 0 ? one : square)) : low;
+    const V square = squaredMagnitudes(v), conj = conjugate(v);
+    return square > thresh * thresh ? inverse(conj, square) : low(conj, square);
+  }
+  template <class V>
+  MOX_INLINE V careful(V v) const {
+    const OwnScale<V> x = atOwnScale(v);
+    const V square = squaredMagnitudes(x.v), conj = conjugate(x.v);
+    return squareRoot(square) > x.scale * thresh ? inverse(conj, square) * x.scale : low(conj, square);
   }
 };
 template <class R>
 void raiseComplex(const R* src, R* dst, size_t n, R thresh) {
-  mapComplex(src, dst, n, RaiseComplex{thresh});
+  mapComplex(src, dst, n, RaiseComplex{thresh}, thresh);
 }
 template <class R>
 void lowerComplex(const R* src, R* dst, size_t n, R thresh) {
-  mapComplex(src, dst, n, LowerComplex{thresh});
+  mapComplex(src, dst, n, LowerComplex{thresh}, thresh);
 }
 template <class R>
 void invertComplex(const R* src, R* dst, size_t n, R thresh, R floor) {
-  mapComplex(src, dst, n, InverseOrFloorComplex{thresh, floor});
+  mapComplex(src, dst, n, InverseOrFloorComplex{thresh, floor}, thresh);
 }
 
 // ---- extremes

@@ -113,7 +113,7 @@ TYPED_TEST(RealVector, SquaresRootsAndMagnitudes) {
           [&](const std::vector<T>& got) {
             for (size_t i = 0; i < got.size(); ++i) {
               const T x = values[i];
-              ASSERT_EQ(got[i], x < 0 ? x : std::sqrt(x));
+              ASSERT_TRUE(sameBits(got[i], x < 0 ? x : std::sqrt(x))) << x;
             }
           });
     }
@@ -276,6 +276,79 @@ void expectNear(T got, Wide want, long double scale) {
   ASSERT_NEAR(got.im, static_cast<double>(want.imag()), static_cast<double>(unit * std::fabs(want.imag()) + slack));
 }
 
+template <class T>
+void expectRoots(const std::vector<T>& values) {
+  const auto n = static_cast<int32_t>(values.size());
+  bothForms(
+      values, [&](T* v) { Api<T>::sqrt1(v, n); }, [&](const T* s, T* d) { Api<T>::sqrt2(s, d, n); },
+      [&](const std::vector<T>& got) {
+        constexpr auto least = std::numeric_limits<long double>::min();
+        for (size_t i = 0; i < got.size(); ++i) {
+          const T x = values[i];
+          const long double m = std::abs(wide(x)), re = std::sqrt((m + x.re) / 2);
+          const long double im = std::sqrt((m - x.re) / 2) * (x.im < 0 ? -1 : 1);
+          // m - re cancels: its root is good to the root of what float64 leaves of it.
+          const long double slack = std::sqrt(4 * 0x1p-53L * m);
+          ASSERT_NEAR(got[i].re, static_cast<double>(re),
+                      static_cast<double>(std::min(slack, 4 * 0x1p-53L * m / (re + least)) +
+                                          std::numeric_limits<RealOf<T>>::epsilon() * re));
+          ASSERT_NEAR(got[i].im, static_cast<double>(im),
+                      static_cast<double>(std::min(slack, 4 * 0x1p-53L * m / (std::fabs(im) + least)) +
+                                          std::numeric_limits<RealOf<T>>::epsilon() * std::fabs(im)));
+          ASSERT_FALSE(std::signbit(got[i].im) && !(x.im < 0)) << "-0.0 is not negative";
+        }
+      });
+}
+
+template <class T>
+void expectThresholds(const std::vector<T>& values, RealOf<T> thresh) {
+  using R = RealOf<T>;
+  const auto n = static_cast<int32_t>(values.size());
+  for (const int32_t relOp : {MOX_LT, MOX_GT}) {
+    bothForms(
+        values, [&](T* v) { Api<T>::thresh1(v, n, thresh, relOp); },
+        [&](const T* s, T* d) { Api<T>::thresh2(s, d, n, thresh, relOp); },
+        [&](const std::vector<T>& got) {
+          for (size_t i = 0; i < got.size(); ++i) {
+            const T x = values[i];
+            const long double m = std::abs(wide(x));
+            const bool replaced = relOp == MOX_LT ? m < thresh : m > thresh;
+            if (!replaced) {
+              ASSERT_TRUE(sameBits(got[i], x));
+            } else if (m == 0) {
+              ASSERT_TRUE(sameBits(got[i], T{thresh, x.im}));
+            } else {
+              expectNear(got[i], wide(x) * (static_cast<long double>(thresh) / m), thresh);
+            }
+          }
+        });
+  }
+  Reports reports;
+  bothForms(
+      values, [&](T* v) { Api<T>::inverse1(v, n, thresh); },
+      [&](const T* s, T* d) {
+        moxSetErrStatus(MOX_StsOk);
+        Api<T>::inverse2(s, d, n, thresh);
+        moxSetErrStatus(MOX_StsOk);
+      },
+      [&](const std::vector<T>& got) {
+        for (size_t i = 0; i < got.size(); ++i) {
+          const T x = values[i];
+          const long double m = std::abs(wide(x));
+          if (m == 0) {
+            ASSERT_EQ(got[i].re, thresh == 0 ? std::numeric_limits<R>::max() : 1 / thresh);
+            ASSERT_EQ(got[i].im, 0);
+          } else {
+            const Wide inverse = Wide{1} / wide(x);
+            expectNear(got[i], m > thresh ? inverse : inverse * (m / static_cast<long double>(thresh)),
+                       1 / std::max<long double>(m, thresh));
+          }
+        }
+      });
+  const bool zeros = std::any_of(values.begin(), values.end(), [](T x) { return x.re == 0 && x.im == 0; });
+  EXPECT_EQ(reports.take().size(), zeros && thresh == 0 ? 4u : 0u);
+}
+
 TYPED_TEST(ComplexVector, SquaresAndRoots) {
   using T = TypeParam;
   forEachLevel([] {
@@ -288,24 +361,7 @@ TYPED_TEST(ComplexVector, SquaresAndRoots) {
             for (size_t i = 0; i < got.size(); ++i)
               expectNear(got[i], wide(values[i]) * wide(values[i]), std::norm(wide(values[i])));
           });
-      bothForms(
-          values, [&](T* v) { Api<T>::sqrt1(v, n); }, [&](const T* s, T* d) { Api<T>::sqrt2(s, d, n); },
-          [&](const std::vector<T>& got) {
-            for (size_t i = 0; i < got.size(); ++i) {
-              const T x = values[i];
-              const long double m = std::abs(wide(x)), re = std::sqrt((m + x.re) / 2);
-              const long double im = std::sqrt((m - x.re) / 2) * (x.im < 0 ? -1 : 1);
-              // m - re cancels: its root is good to the root of what float64 leaves of it.
-              const long double slack = std::sqrt(4 * 0x1p-53L * m);
-              ASSERT_NEAR(got[i].re, static_cast<double>(re),
-                          static_cast<double>(std::min(slack, 4 * 0x1p-53L * m / (re + 1e-30L)) +
-                                              std::numeric_limits<RealOf<T>>::epsilon() * re));
-              ASSERT_NEAR(got[i].im, static_cast<double>(im),
-                          static_cast<double>(std::min(slack, 4 * 0x1p-53L * m / (std::fabs(im) + 1e-30L)) +
-                                              std::numeric_limits<RealOf<T>>::epsilon() * std::fabs(im)));
-              ASSERT_FALSE(std::signbit(got[i].im) && !(x.im < 0)) << "-0.0 is not negative";
-            }
-          });
+      expectRoots(values);
     }
   });
 }
@@ -316,50 +372,31 @@ TYPED_TEST(ComplexVector, Thresholds) {
   forEachLevel([] {
     for (const int n : kLengths) {
       const std::vector<T> values = samples<T>(static_cast<size_t>(n), 2);
-      for (const R thresh : {R(0), R(0.5), R(3)}) {
-        for (const int32_t relOp : {MOX_LT, MOX_GT}) {
-          bothForms(
-              values, [&](T* v) { Api<T>::thresh1(v, n, thresh, relOp); },
-              [&](const T* s, T* d) { Api<T>::thresh2(s, d, n, thresh, relOp); },
-              [&](const std::vector<T>& got) {
-                for (size_t i = 0; i < got.size(); ++i) {
-                  const T x = values[i];
-                  const long double m = std::abs(wide(x));
-                  const bool replaced = relOp == MOX_LT ? m < thresh : m > thresh;
-                  if (!replaced) {
-                    ASSERT_TRUE(sameBits(got[i], x));
-                  } else if (m == 0) {
-                    ASSERT_TRUE(sameBits(got[i], T{thresh, x.im}));
-                  } else {
-                    expectNear(got[i], wide(x) * (static_cast<long double>(thresh) / m), thresh);
-                  }
-                }
-              });
+      for (const R thresh : {R(0), R(0.5), R(3)}) expectThresholds(values, thresh);
+    }
+  });
+}
+
+// |x| is in the range of float64, |x|^2 is not. Ordinary neighbours come out as they do alone.
+TEST(ComplexFloat64, BeyondTheRangeOfSquares) {
+  const MoxZ cycle[] = {{3e-200, -4e-200}, {1.7, -2.3},       {0, -0.0},       {3e200, 4e200},
+                        {-2e-308, 0},      {1e300, -1e-3},    {-1e160, 1e160}, {0.25, 3.1},
+                        {1e-170, 2e-160},  {-1e-140, 1e-160}, {0, 1e-300},     {1e-130, 0}};
+  forEachLevel([&] {
+    for (size_t n = 1; n < 30; ++n) {
+      SCOPED_TRACE(n);
+      std::vector<MoxZ> values(n);
+      for (size_t i = 0; i < n; ++i) values[i] = cycle[(i + n) % std::size(cycle)];
+      expectRoots(values);
+      for (const double thresh : {0.0, 1e-190, 2.9, 1e250}) {
+        expectThresholds(values, thresh);
+        std::vector<MoxZ> together(n);
+        moxzbThresh2(values.data(), together.data(), static_cast<int32_t>(n), thresh, MOX_GT);
+        for (size_t i = 0; i < n; ++i) {
+          MoxZ alone = values[i];
+          moxzbThresh1(&alone, 1, thresh, MOX_GT);
+          ASSERT_TRUE(sameBits(together[i], alone));
         }
-        Reports reports;
-        bothForms(
-            values, [&](T* v) { Api<T>::inverse1(v, n, thresh); },
-            [&](const T* s, T* d) {
-              moxSetErrStatus(MOX_StsOk);
-              Api<T>::inverse2(s, d, n, thresh);
-              moxSetErrStatus(MOX_StsOk);
-            },
-            [&](const std::vector<T>& got) {
-              for (size_t i = 0; i < got.size(); ++i) {
-                const T x = values[i];
-                const long double m = std::abs(wide(x));
-                if (m == 0) {
-                  ASSERT_EQ(got[i].re, thresh == 0 ? std::numeric_limits<R>::max() : 1 / thresh);
-                  ASSERT_EQ(got[i].im, 0);
-                } else {
-                  const Wide inverse = Wide{1} / wide(x);
-                  expectNear(got[i], m > thresh ? inverse : inverse * (m / static_cast<long double>(thresh)),
-                             1 / std::max<long double>(m, thresh));
-                }
-              }
-            });
-        const bool zeros = std::any_of(values.begin(), values.end(), [](T x) { return x.re == 0 && x.im == 0; });
-        EXPECT_EQ(reports.take().size(), zeros && thresh == 0 ? 4u : 0u);
       }
     }
   });
