@@ -4,7 +4,8 @@
 // stay interleaved, real taps serve both parts alike; a complex tap is two real ones, the imaginary one on the signal
 // times i. So every loop below is one of two, on real numbers:
 //
-//   slide   outputs at neighbouring places of the signal: a vector holds neighbouring outputs
+//   slide   outputs at neighbouring places of the signal: a vector holds neighbouring outputs. Decimation by few deals
+//           the signal out to as many streams, and is the sum of a filter on each.
 //   pick    outputs at places far apart: a vector holds neighbouring products of one output
 //
 // Every output adds its products in an order that depends on the filter alone, and is the same on every set.
@@ -18,6 +19,7 @@ constexpr size_t kFirTaps = 256;  // a stretch of the filter
 constexpr size_t kFirSums = kFirRows * kFirLanes * (kVecBytes == 64 ? 6 : kVecBytes == 32 ? 16 : 32);
 constexpr size_t kFirWindow = 2048;  // a stretch of the signal, reals
 constexpr size_t kFirPad = 16;       // zeros behind it
+constexpr size_t kFirStreams = 8;    // more than so many decimate output by output
 static_assert(kFirSums + 2 * kFirTaps + kFirPad <= kFirWindow && 8 * kFirTaps <= kFirWindow);
 
 // ---- slide: sums[i] = sum over k < count of taps[k] w[i - k step], i < n; step is 1 or 2
@@ -130,6 +132,22 @@ MOX_NOINLINE void firSlide(const double* taps, size_t count, const double* w, si
 // ---- pick: sums[m] = sum over j < count of taps[j] w[m apart + j], m < n, on 8 lanes that are folded by halves; with
 // step 2 to two neighbours sums[2 m], sums[2 m + 1]. taps are followed by zeros up to a multiple of 8.
 
+// Lanes k and k + 4 together, then k and k + 2.
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<double, 2> firFold(const FirVec (&lanes)[1]) {
+  const Vec<double, 4> half =
+      _mm256_add_pd(_mm512_castpd512_pd256(lanes[0]), _mm512_maskz_extractf64x4_pd(0xf, lanes[0], 1));
+  return _mm_add_pd(_mm256_castpd256_pd128(half), _mm256_extractf128_pd(half, 1));
+}
+#elif MOX_VEC_BYTES == 32
+MOX_INLINE Vec<double, 2> firFold(const FirVec (&lanes)[2]) {
+  const Vec<double, 4> half = lanes[0] + lanes[1];
+  return _mm_add_pd(_mm256_castpd256_pd128(half), _mm256_extractf128_pd(half, 1));
+}
+#else
+MOX_INLINE Vec<double, 2> firFold(const FirVec (&lanes)[4]) { return (lanes[0] + lanes[2]) + (lanes[1] + lanes[3]); }
+#endif
+
 template <int N>
 MOX_INLINE void firPickSome(const double* taps, size_t count, const double* w, size_t apart, size_t step, double* sums,
                             bool add) {
@@ -158,13 +176,9 @@ MOX_INLINE void firPickSome(const double* taps, size_t count, const double* w, s
       lanes[o][v] = fma(at + kFirLanes <= count ? load<FirVec>(x) : loadFew(x, count - at), t, lanes[o][v]);
     }
   }
-  using Two = Vec<double, 2>;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
   for (int o = 0; o < N; ++o) {
-    double l[8];
-#pragma GCC unroll 4
-    for (int v = 0; v < kVectors; ++v) store(l + v * kFirLanes, lanes[o][v]);
-    const Two sum = (load<Two>(l) + load<Two>(l + 4)) + (load<Two>(l + 2) + load<Two>(l + 6));
+    const Vec<double, 2> sum = firFold(lanes[o]);
     double* const to = sums + static_cast<size_t>(o) * step;
     if (step == 2) {
       to[0] = (add ? to[0] : 0) + sum[0];
@@ -245,11 +259,13 @@ MOX_INLINE const T* firTap(const FirShape& f, const T* taps, size_t branch, size
   return taps + (start + count - 1 - k) * reals;
 }
 
-// The window that is in the arrays: samples lo to hi - 1.
+// The window that is in the arrays: samples lo to hi - 1, dealt out to `streams`: sample lo + d + i streams at
+// x[d stride + i S].
 template <size_t S, bool ComplexTaps>
 struct FirWindow {
   static constexpr bool kTurned = S == 2 && ComplexTaps;
   ptrdiff_t lo, hi;
+  size_t streams, stride;
   alignas(64) double x[kFirWindow + kFirPad];
   alignas(64) double ix[kTurned ? kFirWindow + kFirPad : 1];  // i x
 
@@ -262,8 +278,29 @@ struct FirWindow {
   MOX_INLINE void hold(const FirSignal<T>& signal, ptrdiff_t from, ptrdiff_t to) {
     if (from >= lo && to <= hi) return;
     lo = from, hi = to;
-    firSamples<S>(signal, from, static_cast<size_t>(to - from), x);
-    finish(static_cast<size_t>(to - from) * S);
+    const size_t n = static_cast<size_t>(to - from);
+    if (streams == 1) {
+      firSamples<S>(signal, from, n, x);
+      return finish(n * S);
+    }
+    double line[kFirWindow];
+    firSamples<S>(signal, from, n, line);
+    const size_t most = (n + streams - 1) / streams;
+    stride = most * S + kFirPad;
+    for (size_t d = 0; d < streams; ++d) {
+      double* p = x + d * stride;
+      double* const end = p + stride;
+      for (size_t j = d; j < n; j += streams, p += S) {
+        for (size_t s = 0; s < S; ++s) p[s] = line[j * S + s];
+      }
+      for (; p < end; ++p) *p = 0;
+    }
+    if constexpr (kTurned) firTimesI(x, streams * stride / 2, ix);
+  }
+  // Of the sample at x[0], or in ix.
+  MOX_INLINE size_t place(ptrdiff_t sample) const {
+    const size_t at = static_cast<size_t>(sample - lo);
+    return streams == 1 ? at * S : at % streams * stride + at / streams * S;
   }
 };
 
@@ -276,11 +313,13 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, Out*
   FirWindow<S, ComplexTaps> window;
   alignas(64) double re[2 * kFirTaps + 8], im[ComplexTaps ? 2 * kFirTaps + 8 : 1];
   alignas(64) double sums[kFirSums], imSums[kPlanes ? kFirSums : 1];
-  window.lo = window.hi = 0;
-
   const size_t up = f.up, down = f.down;
-  const bool slide = down == 1;
   const size_t most = (f.taps - 1) / up + 1;  // taps of the longest branch
+  // With every `down`th sample in a stream of its own, the outputs of a branch are neighbours to each of the streams.
+  const bool slide = down <= kFirStreams && most >= down;
+  window.lo = window.hi = 0;
+  window.streams = slide ? down : 1;
+  window.stride = 0;
   const size_t atOnce = most < kFirTaps ? most : kFirTaps;
   // Outputs of one branch whose samples fit in the window: all samples, or where those between are many, each
   // output's own.
@@ -289,8 +328,9 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, Out*
   if (sparse) {
     const size_t fit = kFirWindow / (S * atOnce);
     if (chunk > fit) chunk = fit;
-  } else if (!slide) {
-    const size_t fit = (kFirWindow / S - atOnce) / down - 1;
+  } else if (down > 1) {
+    const size_t room = slide ? kFirWindow / S - (kFirPad / S + 1) * down : kFirWindow / S;
+    const size_t fit = (room - atOnce) / down - 1;
     if (chunk > fit) chunk = fit;
   }
 
@@ -325,12 +365,19 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, Out*
         const bool whole = k == count, add = k0 > 0;
         if (!(whole && heldBranch == branch)) {
           heldBranch = whole ? branch : up;
-          for (size_t i = 0; i < k; ++i) {
-            const T* const tap = firTap(f, taps, branch, k0 + i, kTapReals);
-            if (slide) {
-              re[i] = tap[0];
-              if constexpr (ComplexTaps) im[i] = tap[1];
-            } else {
+          if (slide) {
+            // Those of one stream after those of another.
+            size_t at = 0;
+            for (size_t first = 0; first < down; ++first) {
+              for (size_t i = first; i < k; i += down, ++at) {
+                const T* const tap = firTap(f, taps, branch, k0 + i, kTapReals);
+                re[at] = tap[0];
+                if constexpr (ComplexTaps) im[at] = tap[1];
+              }
+            }
+          } else {
+            for (size_t i = 0; i < k; ++i) {
+              const T* const tap = firTap(f, taps, branch, k0 + i, kTapReals);
               for (size_t s = 0; s < S; ++s) {
                 re[(k - 1 - i) * S + s] = tap[0];
                 if constexpr (ComplexTaps) im[(k - 1 - i) * S + s] = tap[1];
@@ -344,26 +391,33 @@ void firBlock(const FirShape& f, const T* taps, const FirSignal<T>& signal, Out*
         }
         const ptrdiff_t oldest = newest - static_cast<ptrdiff_t>(k0 + k) + 1;
         if (slide) {
-          if (k > 0) window.hold(signal, oldest, oldest + static_cast<ptrdiff_t>(k + n) - 1);
-          const size_t at = static_cast<size_t>(newest - static_cast<ptrdiff_t>(k0) - window.lo) * S;
-          if constexpr (kPlanes) {
-            firSlide<double>(re, k, window.x + at, S, add ? sums : nullptr, sums, n);
-            firSlide<double>(im, k, window.x + at, S, add ? imSums : nullptr, imSums, n);
-          } else {
-            const double* before = add ? sums : nullptr;
-            if constexpr (ComplexTaps) {
-              firSlide<double>(re, k, window.x + at, S, before, sums, n * S);
-              before = sums;
+          if (k > 0) window.hold(signal, oldest, newest - static_cast<ptrdiff_t>(k0) + span + 1);
+          const size_t streams = k < down ? k : down;
+          size_t tap = 0;
+          for (size_t first = 0; first < streams || first == 0; ++first) {
+            const size_t some = k > first ? (k - first - 1) / down + 1 : 0;
+            const size_t at = some > 0 ? window.place(newest - static_cast<ptrdiff_t>(k0 + first)) : 0;
+            const bool begun = add || first > 0;
+            if constexpr (kPlanes) {
+              firSlide<double>(re + tap, some, window.x + at, S, begun ? sums : nullptr, sums, n);
+              firSlide<double>(im + tap, some, window.x + at, S, begun ? imSums : nullptr, imSums, n);
+            } else {
+              const double* before = begun ? sums : nullptr;
+              if constexpr (ComplexTaps) {
+                firSlide<double>(re + tap, some, window.x + at, S, before, sums, n * S);
+                before = sums;
+              }
+              const double* const x = ComplexTaps ? window.ix : window.x;
+              const double* const t = ComplexTaps ? im : re;
+              bool direct = false;
+              if constexpr (!kIntegers) {
+                direct = up == 1 && k0 + k == count && first + 1 >= streams;
+                if (direct) firSlide<Out>(t + tap, some, x + at, S, before, to, n * S);
+              }
+              if (!direct) firSlide<double>(t + tap, some, x + at, S, before, sums, n * S);
+              delivered = direct;
             }
-            const double* const x = ComplexTaps ? window.ix : window.x;
-            const double* const t = ComplexTaps ? im : re;
-            bool direct = false;
-            if constexpr (!kIntegers) {
-              direct = up == 1 && k0 + k == count;
-              if (direct) firSlide<Out>(t, k, x + at, S, before, to, n * S);
-            }
-            if (!direct) firSlide<double>(t, k, x + at, S, before, sums, n * S);
-            delivered = direct;
+            tap += some;
           }
         } else {
           size_t apart = down * S, at = 0;
