@@ -25,15 +25,8 @@ size_t delayLength(const IirTapState& taps) { return static_cast<size_t>(std::ma
 
 int16_t truncated(float v) { return static_cast<int16_t>(std::clamp(v, -32768.0f, 32767.0f)); }
 
-// To the nearest integer, ties to even, whatever the thread's rounding mode; limited; NaN gives 0.
-int16_t rounded(float v) {
-  if (std::isnan(v)) return 0;
-  const float limited = std::clamp(v, -32768.0f, 32767.0f);
-  const int32_t whole = static_cast<int32_t>(limited);
-  const float rest = std::fabs(limited - static_cast<float>(whole));  // exact
-  const bool away = rest > 0.5f || (rest == 0.5f && whole % 2 != 0);
-  return static_cast<int16_t>(away ? (limited < 0 ? whole - 1 : whole + 1) : whole);
-}
+// What int16 taps make of int16 samples are whole numbers, infinities or NaN, which gives 0.
+int16_t limited(float v) { return std::isnan(v) ? int16_t{0} : truncated(v); }
 
 // ---- coefficients: divided in float32, truncated when they are back in the caller's array
 
@@ -112,7 +105,7 @@ void run(const IirTapState& tapSt, const IirDlyState& dlySt, const int16_t* in, 
   const IirDlyState floatDelay = {delay.get()};
   moxsbIirl(&floatTaps, &floatDelay, samples.get(), samples.get(), n);
   scaledToInt16(samples.get(), out, n, scaleMode, scalePtr);
-  std::transform(delay.get(), delay.get() + order, dlyl, rounded);
+  std::transform(delay.get(), delay.get() + order, dlyl, limited);
 }
 
 int16_t filter(const IirTapState* tapStPtr, const IirDlyState* dlyStPtr, int16_t samp, int32_t scaleMode,

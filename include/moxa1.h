@@ -1417,9 +1417,9 @@ MOX_API int32_t MOX_CALL moxIirFree(IirState* statePtr);
  * modes"; its reports come from "moxsbUndScaling", clear the status before, and leave everything as it was).
  *
  * Low level: the prepared taps are truncated to int16 (and limited) in the caller's array, real numbers as they are
- * divided; a zero among them changes nothing there. The delay line is rounded to int16, to nearest, ties to even, and
- * limited, when a call ends. The calls copy taps, delay line and samples; no memory: "No memory for working array"
- * (MOX_StsNoMem). Texts that differ: "order<0", "numQuads<=0".
+ * divided; a zero among them changes nothing there. The delay line, whole numbers, is limited to int16 when a call
+ * ends. The calls copy taps, delay line and samples; no memory: "No memory for working array" (MOX_StsNoMem). Texts
+ * that differ: "order<0", "numQuads<=0".
  *
  * Filters that own their memory keep taps and delay line in float32. Block: "statePtr==0", "inSamps==0", "outSamps==0",
  * then "numIters <= 0", "IIR filter wasn't initialized", then "insufficiency of memory for float copy inSamps (IIR
