@@ -348,3 +348,17 @@ MOX_INLINE void storeTransposed(Vec<float, 8> (&x)[4], float* const (&rows)[4]) 
   }
 }
 #endif
+
+// The same where the rows are not in the first-level cache, with fewer stores.
+template <class V, int L>
+MOX_INLINE void storeTransposedFar(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
+  storeTransposed(x, rows);
+}
+#if MOX_VEC_BYTES >= 32
+template <>
+MOX_INLINE void storeTransposedFar(Vec<double, 4> (&x)[2], double* const (&rows)[2]) {
+  store<Vec<double, 4>>(rows[0], _mm256_permute2f128_pd(x[0], x[1], 0x20));
+  _mm_storeu_pd(rows[1], _mm256_extractf128_pd(x[0], 1));
+  _mm_storeu_pd(rows[1] + 2, _mm256_extractf128_pd(x[1], 1));
+}
+#endif
