@@ -56,37 +56,33 @@ void rootAll(const T* src, T* dst, size_t n) {
   mapUnary(src, dst, n, RootOrSame{});
 }
 
-// Bit patterns in the order of the values.
-template <class V>
-MOX_INLINE SignedBits<V> ordered(V v) {
-  const SignedBits<V> bits = reinterpret_cast<SignedBits<V>>(v);
-  return bits < 0 ? bits ^ static_cast<ElementOf<SignedBits<V>>>(~kSignBitOf<V>) : bits;
+// Below (above) a threshold that is not negative lies what is less (greater) as a signed integer; with a negative one,
+// what is greater (less) as an unsigned one.
+template <template <class> class Bits, bool Less, class T>
+struct Limit {
+  T thresh;
+  template <class V>
+  MOX_INLINE V of(V v) const {
+    const V t = broadcast<V>(thresh);
+    const Bits<V> bits = reinterpret_cast<Bits<V>>(v), limit = reinterpret_cast<Bits<V>>(t);
+    return reinterpret_cast<V>((Less ? bits < limit : bits > limit) ? limit : bits);
+  }
+};
+template <bool Below, class T>
+void limitAll(const T* src, T* dst, size_t n, T thresh) {
+  if (__builtin_bit_cast(BitsOf<T>, thresh) >> (8 * sizeof(T) - 1)) {
+    mapUnary(src, dst, n, Limit<UnsignedBits, !Below, T>{thresh});
+  } else {
+    mapUnary(src, dst, n, Limit<SignedBits, Below, T>{thresh});
+  }
 }
 template <class T>
-struct Raise {  // below the threshold
-  T thresh;
-  template <class V>
-  MOX_INLINE V of(V v) const {
-    const V t = broadcast<V>(thresh);
-    return ordered(v) < ordered(t) ? t : v;
-  }
-};
-template <class T>
-struct Lower {  // above the threshold
-  T thresh;
-  template <class V>
-  MOX_INLINE V of(V v) const {
-    const V t = broadcast<V>(thresh);
-    return ordered(v) > ordered(t) ? t : v;
-  }
-};
-template <class T>
 void raiseAll(const T* src, T* dst, size_t n, T thresh) {
-  mapUnary(src, dst, n, Raise<T>{thresh});
+  limitAll<true>(src, dst, n, thresh);
 }
 template <class T>
 void lowerAll(const T* src, T* dst, size_t n, T thresh) {
-  mapUnary(src, dst, n, Lower<T>{thresh});
+  limitAll<false>(src, dst, n, thresh);
 }
 
 // 1/x where |x| > thresh, else +-floor with the sign of x.
@@ -141,7 +137,8 @@ MOX_INLINE SignedBits<V> beyondSquares(V v) {
   return ((square < 0x1p-900) & (v != 0)) | (square > 0x1p1000);
 }
 
-// Every element at a scale of its own, a power of four that makes its larger part 1/2 ... 2 (subnormal ones less).
+// Every element at a scale of its own, a power of four that brings its larger component to 1/2 ... 2 (a subnormal one
+// to less).
 template <class V>
 struct OwnScale {
   V v, scale, root;  // v is scaled; root = 1 / sqrt(scale)
