@@ -36,7 +36,7 @@ struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 10, Fma> : Passes<float, 8, 8, 1, 16> {};
 template <bool Fma>
-struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 16, 1, 16> {};
+struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 8, 4, 8> {};
 template <bool Fma>
 struct KernelOf<float, 12, Fma> : BackPasses<float, 8, 8, 8, 8> {};
 template <bool Fma>

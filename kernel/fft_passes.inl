@@ -227,7 +227,7 @@ struct BackPasses {
   static constexpr size_t kStride = N / kLast;               // between the values of a column of the first pass
 
   // The table, in elements from its start. The columns of the whole are too many for ready twiddles.
-  static constexpr bool kReady = false, kReadyMiddle = std::is_same_v<T, double>;
+  static constexpr bool kReady = false, kReadyMiddle = true;
   static constexpr size_t kTwiddles0 = 0;
   static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements<V, kReady>(N / R0 / L, R0);
   static constexpr size_t kTwiddles2 = kTwiddles1 + twiddleElements<V, kReadyMiddle>(N / R0 / R1 / L, R1);
