@@ -433,14 +433,14 @@ TEST(FirObject, AllocationFailures) {
     EXPECT_EQ(reports.take(), std::vector<std::string>{std::string(function) + ": Allocation failure (-4)"});
   };
   for (int round = 0; round < 4; ++round) {
-    moxdFirInit(nullptr, narrow ? 270000000 : 40000000, nullptr, object.state()), expectFailure("moxdFirInit");
+    moxdFirInit(nullptr, narrow ? 270000000 : 400000000, nullptr, object.state()), expectFailure("moxdFirInit");
     // The taps fit, the history does not.
-    moxdzFirInit(nullptr, narrow ? 60000000 : 10000000, nullptr, object.state()), expectFailure("moxdzFirInit");
+    moxdzFirInit(nullptr, narrow ? 60000000 : 12000000, nullptr, object.state()), expectFailure("moxdzFirInit");
     moxwFirInit(nullptr, INT_MAX, nullptr, object.state()), expectFailure("moxwFirInit");
     // Only the phase table does not.
-    moxsFirInitMr(nullptr, 4, nullptr, narrow ? INT_MAX : 6000000, 0, 1, 0, object.state());
+    moxsFirInitMr(nullptr, 4, nullptr, narrow ? INT_MAX : 60000000, 0, 1, 0, object.state());
     expectFailure("moxsFirInitMr");
-    moxwFirInitMr(nullptr, 4, nullptr, narrow ? INT_MAX : 6000000, 0, 1, 0, object.state());
+    moxwFirInitMr(nullptr, 4, nullptr, narrow ? INT_MAX : 60000000, 0, 1, 0, object.state());
     expectFailure("moxwFirInitMr");
     // No count of elements wraps.
     moxcFirInitMr(nullptr, INT_MAX, nullptr, 1, 0, INT_MAX - 1, 0, object.state()), expectFailure("moxcFirInitMr");
