@@ -147,7 +147,11 @@ struct Passes {
         V y[L];
 #pragma GCC unroll 32
         for (size_t l = 0; l < L; ++l) rows[l] = table + kScratch + p / L * kPitch + 2 * L * (n + l), y[l] = x[p + l];
-        storeTransposed(y, rows);
+        if constexpr (R0 == 16) {  // values spill, so that stores bind (order 6 of float64: 63 and 59 ns)
+          storeWholeTransposed(y, rows);
+        } else {
+          storeTransposed(y, rows);
+        }
       }
     }
   }

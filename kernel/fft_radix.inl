@@ -326,12 +326,17 @@ MOX_INLINE void loadTransposed(const float* const (&rows)[4], Vec<float, 8> (&x)
 }
 #endif
 
-// The transpose of x to rows in memory.
+// The transpose of x to rows in memory, in as many stores as rows.
 template <class V, int L>
-MOX_INLINE void storeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
+MOX_INLINE void storeWholeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
   transpose(x);
 #pragma GCC unroll 8
   for (int l = 0; l < L; ++l) store(rows[l], x[l]);
+}
+// The same, with more stores where shuffles are what binds.
+template <class V, int L>
+MOX_INLINE void storeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
+  storeWholeTransposed(x, rows);
 }
 #if MOX_VEC_BYTES >= 32
 template <>
