@@ -66,4 +66,21 @@ template <class... Texts>
   return true;
 }
 
+// Where the first condition that holds is reported alone, under a text that is not the condition itself:
+//
+//   if (refused(site, Fault{!dst, "Null pointer to buffer"}, Fault{n < 1, "Bad number of items"})) return;
+struct Fault {
+  bool holds;
+  const char* text;
+};
+template <class... Faults>
+[[nodiscard]] inline bool refused(const Site& site, Faults... faults) {
+  const char* text = nullptr;
+  const bool faulty = ((faults.holds && (text = faults.text, true)) || ...);
+  if (!faulty && context().status >= 0) [[likely]]
+    return false;
+  if (faulty) report(site, MOX_StsBadArg, text);
+  return true;
+}
+
 }  // namespace mox
