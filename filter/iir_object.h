@@ -18,7 +18,9 @@ int32_t initAny(int32_t iirType, const Source* tapVals, int32_t size, uint64_t c
                 IirState* statePtr, void (*initTaps)(int32_t, T*, int32_t, IirTapState*),
                 void (*initDelay)(const IirTapState*, O*, IirDlyState*), Site site) {
   const uint64_t bytes = count * sizeof(T) + length * sizeof(O);
-  T* const taps = bytes <= uint64_t{PTRDIFF_MAX} ? static_cast<T*>(std::malloc(static_cast<size_t>(bytes))) : nullptr;
+  // The record counts the delay line in an int32.
+  const bool fits = length <= INT32_MAX && bytes <= uint64_t{PTRDIFF_MAX};
+  T* const taps = fits ? static_cast<T*>(std::malloc(static_cast<size_t>(bytes))) : nullptr;
   if (!taps) {
     report(site, MOX_StsNoMem, "insufficiency of memory for IIR filter state");
     return context().status;

@@ -14,6 +14,8 @@ using IirLow = Here<"moxiirl">;
 constexpr const char kNoTaps[] = "structure *tapStPtr wasn't initialized";
 constexpr const char kNoDelay[] = "structure *dlyStPtr wasn't initialized";
 constexpr const char kNoType[] = "iirType is out of range";
+constexpr const char kTooManyQuads[] = "numQuads is out of range";
+constexpr int32_t kMostQuads = INT32_MAX / 2;  // two delay values each, which the record counts in an int32
 
 bool isBadType(int32_t iirType) { return static_cast<uint32_t>(iirType) > 1; }
 bool isBlank(const IirTapState& taps) { return taps.taps == nullptr || static_cast<uint32_t>(taps.isBiquad) > 1; }
@@ -81,11 +83,12 @@ void init(int32_t iirType, T* taps, int32_t order, IirTapState* tapStPtr, Site s
 
 template <class T>
 void initBiquads(int32_t iirType, T* taps, int32_t numQuads, IirTapState* tapStPtr, Site site = IirLow()) {
-  if (rejected(site, BAD_IF(tapStPtr==0), BAD_IF(taps==0), BAD_IF(numQuads <= 0),
-                                                                  check(isBadType(iirType), [] { return kNoType; }))) {
+  if (rejected(site, BAD_IF(tapStPtr==0),
+                            BAD_IF(taps==0), BAD_IF(numQuads <= 0), check(isBadType(iirType), [] { return kNoType; }),
+                                                    check(numQuads > kMostQuads, [] { return kTooManyQuads; }))) {
     return;
   }
-  *tapStPtr = {static_cast<int32_t>(2 * static_cast<uint32_t>(numQuads)), taps, iirType, 1};
+  *tapStPtr = {2 * numQuads, taps, iirType, 1};
   Gain<T> gain;
   for (int32_t k = 0; k < numQuads; ++k) {
     const T* const from = taps + 6 * static_cast<size_t>(k);

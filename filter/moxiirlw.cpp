@@ -57,12 +57,13 @@ void initBiquads(int32_t iirType, int16_t* taps, int32_t numQuads, IirTapState* 
     return;
   }
   const uint64_t count = 6 * static_cast<uint64_t>(numQuads);
-  const FloatArray work(taps, count);
+  // More delay values than the record counts are more than there is memory for.
+  const FloatArray work(taps, numQuads <= INT32_MAX / 2 ? count : UINT64_MAX);
   if (!work.get()) {
     report(site, MOX_StsNoMem, kNoMemory);
     return;
   }
-  *tapStPtr = {static_cast<int32_t>(2 * static_cast<uint32_t>(numQuads)), taps, iirType, 1};
+  *tapStPtr = {2 * numQuads, taps, iirType, 1};
   for (int32_t k = 0; k < numQuads; ++k) {
     const int16_t* const section = taps + 6 * static_cast<size_t>(k);
     if (section[0] == 0 || section[3] == 0) {

@@ -1309,10 +1309,11 @@ typedef struct IirState {
  * a2/a0, b1/b0, b2/b0 of each; the values behind stay. Complex values are multiplied by the reciprocal. The state keeps
  * the pointer: the array lives as long as the filter, and a second Init on it needs fresh values. One state may serve
  * several delay lines at once.
- * Checks: "tapStPtr==0", "taps==0", "order < 0" or "numQuads <= 0", "iirType is out of range" (not 0 or 1). Then a zero
- * (of either sign, complex in both parts): "taps[order+1] equals zero", nothing changed; or, section after section,
- * "taps[0*6] equals zero" for b0, "taps[0*6+3] equals zero" for a0 with the section's number: then the state is filled
- * and the sections before are prepared. */
+ * Checks: "tapStPtr==0", "taps==0", "order < 0" or "numQuads <= 0", "iirType is out of range" (not 0 or 1), "numQuads
+ * is out of range" (above 2^30 - 1: `order` could not count the delay line). Then a zero (of either sign, complex in
+ * both parts): "taps[order+1] equals zero", nothing changed; or, section after section, "taps[0*6] equals zero" for b0,
+ * "taps[0*6+3] equals zero" for a0 with the section's number: then the state is filled and the sections before are
+ * prepared. */
 /** @{ */
 MOX_API void MOX_CALL moxsIirlInit(int32_t iirType, float* taps, int32_t order, IirTapState* tapStPtr);
 MOX_API void MOX_CALL moxdIirlInit(int32_t iirType, double* taps, int32_t order, IirTapState* tapStPtr);
@@ -1370,8 +1371,9 @@ MOX_API void MOX_CALL moxzdbIirl(const IirTapState* tapStPtr, const IirDlyState*
  * Init and InitBq as above on a copy of the taps, tapVals stays as it is; the delay line starts with zeros. Release
  * with moxIirFree. @return the thread's status. Checks: "statePtr==0", "tapVals==0"; then "order < 0" or "numQuads <=
  * 0", "iirType is out of range", "IIR filter state structure is already initialized! Use moxIirFree to free it". No
- * memory: "insufficiency of memory for IIR filter state" (MOX_StsNoMem). A zero among the taps is reported as above,
- * then a trace (MOX_StsBackTrace, no condition); the state stays uninitialised and owns nothing. */
+ * memory (or `numQuads` above 2^30 - 1): "insufficiency of memory for IIR filter state" (MOX_StsNoMem). A zero among
+ * the taps is reported as above, then a trace (MOX_StsBackTrace, no condition); the state stays uninitialised and owns
+ * nothing. */
 /** @{ */
 MOX_API int32_t MOX_CALL moxsIirInit(int32_t iirType, const float* tapVals, int32_t order, IirState* statePtr);
 MOX_API int32_t MOX_CALL moxdIirInit(int32_t iirType, const double* tapVals, int32_t order, IirState* statePtr);
@@ -1419,8 +1421,8 @@ MOX_API int32_t MOX_CALL moxIirFree(IirState* statePtr);
  *
  * Low level: the prepared taps are truncated to int16 (and limited) in the caller's array, real numbers as they are
  * divided; a zero among them changes nothing there. The delay line, whole numbers, is limited to int16 when a call
- * ends. The calls copy taps, delay line and samples; no memory: "No memory for working array" (MOX_StsNoMem). Texts
- * that differ: "order<0", "numQuads<=0".
+ * ends. The calls copy taps, delay line and samples; no memory (or `numQuads` above 2^30 - 1): "No memory for working
+ * array" (MOX_StsNoMem). Texts that differ: "order<0", "numQuads<=0".
  *
  * Filters that own their memory keep taps and delay line in float32. Block: "statePtr==0", "inSamps==0", "outSamps==0",
  * then "numIters <= 0", "IIR filter wasn't initialized", then "insufficiency of memory for float copy inSamps (IIR
@@ -1609,8 +1611,8 @@ MOX_API MoxZ MOX_CALL moxdzbLmsl(const LmsTapState* tapStPtr, const LmsDlyState*
                                  MoxZ err);
 /** @} */
 /** @name Filtering without adaptation
- * One sample: the sum over the taps that the delay line has samples for. Blocks: moxsbFirl and its siblings on the same
- * records, with their reports; the delay line of a single-rate filter is made with `adapt` 0. Mixed forms `cs`, `zd`:
+ * Sums over the taps that the delay line has samples for. Blocks: moxsbFirl and its siblings on the same records, with
+ * their reports; the delay line of a single-rate filter is made with `adapt` 0. Mixed forms `cs`, `zd`:
  * complex samples, real taps. Checks: a null pointer "Null buffer pointer"; `numIters` < 1 "Invalid buffer length". */
 /** @{ */
 MOX_API float MOX_CALL moxsLmslNa(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, float samp);

@@ -389,6 +389,10 @@ TEST(Iir, BadCallsOfTheLowLevel) {
                          init + "iirType is out of range (-5)", bq + "tapStPtr==0 (-5)", bq + "taps==0 (-5)",
                          bq + "numQuads <= 0 (-5)", bq + "iirType is out of range (-5)",
                          init + "iirType is out of range (-5)", init + "taps[order+1] equals zero (-5)"}));
+      for (const int32_t many : {1 << 30, INT32_MAX}) {  // the record's order would not fit
+        form.initBiquads(1, taps, many, &state);
+        EXPECT_EQ(reports.take(), (Strings{bq + "numQuads is out of range (-5)"}));
+      }
       moxSetErrStatus(-4);
       form.initTaps(1, taps, 0, &state);
       form.initBiquads(1, taps, 1, &state);
@@ -538,6 +542,8 @@ TEST(IirObject, BadCalls) {
     EXPECT_EQ(state.initMark, 0);
     EXPECT_EQ(reports.take(),
               (Strings{"mox" + tapLetter + "IirlInit: taps[order+1] equals zero (-5)", init + "(null) (-1)"}));
+    EXPECT_EQ(form.objectInitBiquads(0, taps.data(), 1 << 30, &state), -4);
+    EXPECT_EQ(reports.take(), Strings{bq + "insufficiency of memory for IIR filter state (-4)"});
     EXPECT_EQ(form.objectInit(0, taps.data(), 1, &state), 0);
     EXPECT_EQ(form.objectBlock(&state, in, nullptr, -1), -5);
     moxSetErrStatus(0);

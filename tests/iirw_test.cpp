@@ -165,9 +165,12 @@ TEST(Iir16, BadCalls) {
   EXPECT_EQ(tapState.taps, nullptr);
   fresh([&] { moxwIirlInitBq(0, taps, 2, &tapState); });
   EXPECT_TRUE(tapState.order == 4 && tapState.isBiquad == 1);
+  fresh([&] { moxwIirlInitBq(0, taps, 1 << 30, &tapState); });  // the record's order would not fit
+  EXPECT_EQ(tapState.order, 4);
   EXPECT_EQ(std::vector<int16_t>(taps, taps + 12), tapsBefore);
   EXPECT_EQ(reports.take(),
-            (Strings{"moxwIirlInit: taps[order+1] equals zero (-5)", "moxwIirlInitBq: taps[1*6+3] equals zero (-5)"}));
+            (Strings{"moxwIirlInit: taps[order+1] equals zero (-5)", "moxwIirlInitBq: taps[1*6+3] equals zero (-5)",
+                     "moxwIirlInitBq: No memory for working array (-4)"}));
   taps[9] = 1;
   moxwIirlInitBq(0, taps, 2, &tapState);
   fresh([&] { moxwIirlInitDlyl(nullptr, nullptr, nullptr); });
