@@ -142,8 +142,12 @@ void filterBlock(const LmsTapState* tapStPtr, const LmsDlyState* dlyStPtr, const
               Fault{numIters < 1, "Invalid buffer length"})) {
     return;
   }
-  const FirTapState taps = {tapStPtr->taps,       tapStPtr->len,       tapStPtr->upFactor,    tapStPtr->upPhase,
-                            tapStPtr->downFactor, tapStPtr->downPhase, tapStPtr->isMultiRate, tapStPtr->isFilterMode};
+  // With a negative errDly the delay line can be shorter than the filter: its first taps then are the filter.
+  const int32_t len = std::min(tapStPtr->len, std::max(dlyStPtr->len, 1));
+  const FirTapState taps = {tapStPtr->taps,        len,
+                            tapStPtr->upFactor,    tapStPtr->upPhase,
+                            tapStPtr->downFactor,  tapStPtr->downPhase,
+                            tapStPtr->isMultiRate, tapStPtr->isFilterMode};
   FirDlyState delay = {dlyStPtr->dlyl, dlyStPtr->len, dlyStPtr->isFilterMode};
   plain(&taps, &delay, inSamps, outSamps, numIters);
 }

@@ -326,6 +326,20 @@ struct Plain {
     EXPECT_TRUE(sameBits(line[22], in[27]));
     EXPECT_TRUE(sameBits(taps, firTaps));
 
+    // A delay line that a negative errDly makes shorter than the filter, down to nothing.
+    for (const int32_t errDly : {-5, -20}) {
+      const int32_t places = 20 + errDly;
+      const Guarded<S> few(static_cast<size_t>(places), Flush::AtEnd);
+      init(0, taps.data(), 20, 0, 0, errDly, &tapState);
+      initDlyl(&tapState, few.data(), 1, &delayState);
+      ASSERT_EQ(delayState.len, places);
+      firTapState.len = firDelayState.len = std::max(places, 1);
+      firLine.assign(20, S{});
+      fir(&firTapState, &firDelayState, in.data(), expected.data(), 50);
+      block(&tapState, &delayState, in.data(), blocks.data(), 50);
+      EXPECT_TRUE(sameBits(blocks, expected)) << errDly;
+    }
+
     Reports reports;
     const std::string single = std::string("mox") + letters + "LmslNa: ",
                       many = std::string("mox") + letters + "bLmslNa: ";
