@@ -237,7 +237,7 @@ struct BackPasses {
   static constexpr size_t kTwiddles2 = kTwiddles1 + twiddleElements<V, kReadyMiddle>(N / R0 / R1 / L, R1);
   static constexpr size_t kTwiddlesEnd = kTwiddles2 + twiddleElements<V, kReadyMiddle>(kLast / L, R2);
   static constexpr size_t kScratch = (kTwiddlesEnd + kLine - 1) / kLine * kLine;
-  static constexpr uint64_t kElements = kScratch + 2 * N;
+  static constexpr uint64_t kElements = kScratch + 2 * N + kWorkRoom / sizeof(T);
 
   // The element that block q (of N / kLast, in natural order) begins with.
   static constexpr size_t place(size_t q) {
@@ -316,7 +316,7 @@ struct BackPasses {
     }
   }
 
-  template <size_t m, int R, int D, bool Ready, class Io>
+  template <size_t m, int R, int D, bool Ready, bool kPrefetch, class Io>
   MOX_INLINE static void columns(const T* from, const Io& to, const T* twiddles) {
     for (size_t n = 0; n < m; n += L) {
       V x[R];
@@ -329,13 +329,17 @@ struct BackPasses {
       butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
 #pragma GCC unroll 32
       for (size_t j = 0; j < R; ++j) to.put(n + j * m, x[j]);
+      if constexpr (kPrefetch) {  // the last lines that the next vectors go to
+#pragma GCC unroll 32
+        for (size_t j = 0; j < R; ++j) to.prefetch(n + 2 * L - 1 + j * m);
+      }
       twiddles += (R - 1) * kRootElements<V, Ready>;
     }
   }
 
   template <size_t m, int R, int D>
   MOX_INLINE static void columnsInPlace(T* block, const T* twiddles) {
-    columns<m, R, D, kReadyMiddle>(block, PackedIo<T>{block, block}, twiddles);
+    columns<m, R, D, kReadyMiddle, false>(block, PackedIo<T>{block, block}, twiddles);
   }
 
   template <int D>
@@ -351,7 +355,7 @@ struct BackPasses {
 
   template <int D, class Io>
   MOX_INLINE static void run(const Io& io, T* table) {
-    T* const work = io.work(table + kScratch);
+    T* const work = io.template work<kLarge>(table + kScratch);
     if constexpr (Io::kMirrored) {
       firstMirrored<D>(io, work);
       for (size_t p0 = 0; p0 < R0; p0 += kTogether) middle<D>(work + p0 * 2 * (N / R0), table);
@@ -363,6 +367,6 @@ struct BackPasses {
         middle<D>(work + p0 * 2 * (N / R0), table);
       }
     }
-    columns<N / R0, R0, D, kReady>(work, io, table + kTwiddles0);
+    columns<N / R0, R0, D, kReady, kLarge>(work, io, table + kTwiddles0);
   }
 };

@@ -295,10 +295,12 @@ struct SpectrumIo {
   MOX_INLINE void put(size_t i, V v) const {
     store(out + 2 * i, v * broadcast<V>(scale));
   }
+  MOX_INLINE void prefetch(size_t i) const { __builtin_prefetch(out + 2 * i, 1); }
+  template <bool kFillsCache>
   MOX_INLINE T* work(T* scratch) const {
     const uintptr_t from = reinterpret_cast<uintptr_t>(bins), to = reinterpret_cast<uintptr_t>(out);
     const bool apart = to + 2 * M * sizeof(T) <= from || from + 2 * (M - 1) * sizeof(T) <= to;
-    return apart && to % 64 == 0 ? out : scratch;
+    return workIn<kFillsCache>(out, apart, scratch);
   }
 };
 
