@@ -31,10 +31,14 @@ template <bool Fma>
 struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 8, Fma> : Passes<float, 8, 4, 1, 8> {};
-template <bool Fma>
-struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
-template <bool Fma>
-struct KernelOf<float, 10, Fma> : Passes<float, 8, 8, 1, 16> {};
+template <>
+struct KernelOf<float, 9, true> : Passes<float, 8, 8, 1, 8> {};
+template <>
+struct KernelOf<float, 10, true> : Passes<float, 8, 8, 1, 16> {};
+template <>
+struct KernelOf<float, 9, false> : Passes<float, 4, 8, 1, 16> {};
+template <>
+struct KernelOf<float, 10, false> : Passes<float, 4, 16, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 8, 4, 8> {};
 template <bool Fma>
@@ -67,11 +71,13 @@ struct KernelOf<double, 8, true> : Passes<double, 8, 4, 1, 8> {};
 template <>
 struct KernelOf<double, 9, true> : Passes<double, 8, 8, 1, 8> {};
 template <>
-struct KernelOf<double, 8, false> : BackPasses<double, 8, 4, 1, 8> {};
+struct KernelOf<double, 10, true> : BackPasses<double, 8, 8, 1, 16> {};
 template <>
-struct KernelOf<double, 9, false> : BackPasses<double, 8, 8, 1, 8> {};
-template <bool Fma>
-struct KernelOf<double, 10, Fma> : BackPasses<double, 8, 8, 1, 16> {};
+struct KernelOf<double, 8, false> : BackPasses<double, 4, 4, 1, 16> {};
+template <>
+struct KernelOf<double, 9, false> : BackPasses<double, 8, 4, 1, 16> {};
+template <>
+struct KernelOf<double, 10, false> : BackPasses<double, 4, 4, 4, 16> {};
 template <bool Fma>
 struct KernelOf<double, 11, Fma> : BackPasses<double, 8, 8, 4, 8> {};
 template <bool Fma>
