@@ -218,10 +218,9 @@ C* getByLength(int32_t length, Site site = Tables()) {
 template <class C>
 C* getExtended(int32_t order, Site site = Tables()) {
   if (rejected(site, BAD_IF(order<0), BAD_IF(order>31))) return nullptr;
-  C*& slot = cache<C>().byOrder[order];
-  if (!slot) slot = madeExtended<C>(order);
-  if (!slot) report(site, MOX_StsNoMem, "NULL Pointer");
-  return slot;
+  C* const tbl = extendedTable<C>(order);
+  if (!tbl) report(site, MOX_StsNoMem, "NULL Pointer");
+  return tbl;
 }
 
 // ---- tables of the caller's own
@@ -254,6 +253,15 @@ void freeAll() {
 }
 
 }  // namespace
+
+template <class C>
+C* extendedTable(int32_t order) {
+  C*& slot = cache<C>().byOrder[order];
+  if (!slot) slot = madeExtended<C>(order);
+  return slot;
+}
+template MoxC* extendedTable(int32_t order);
+template MoxZ* extendedTable(int32_t order);
 
 MoxC* moxcUndGetFftTwdTbl_great(int32_t order) { return getExtended<MoxC>(order); }
 MoxZ* moxzUndGetFftTwdTbl_great(int32_t order) { return getExtended<MoxZ>(order); }

@@ -17,6 +17,10 @@ namespace mox {
 MoxC* moxcUndGetFftTwdTbl_great(int32_t order);
 MoxZ* moxzUndGetFftTwdTbl_great(int32_t order);
 
+// The same for orders 0 to 31 and whatever the status is, without a report: null where memory is short.
+template <class C>
+C* extendedTable(int32_t order);
+
 constexpr uint64_t extendedEntries(int32_t order) { return (uint64_t{3} << order) / 2 + 4; }
 
 // Where the kernels' part of a block starts.
