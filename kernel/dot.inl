@@ -88,15 +88,16 @@ double dotReal(const T* a, const T* b, size_t n) {
   return two[0] + two[1];
 }
 
-// In a lane two complex products each: of equal parts (re re, im im) and of crossed ones (re im, im re).
-template <class T>
+// In a lane two complex products each: of equal parts (re re, im im) and of crossed ones (re im, im re). With conj(a)
+// in place of a the second of each has the other sign.
+template <class T, bool Conj = false>
 void dotComplex(const T* a, const T* b, size_t n, double* reIm) {
   if (n <= kDotLanes) {
     double re = 0, im = 0;
     for (size_t i = 0; i < 2 * n; i += 2) {
       const double ar = a[i], ai = a[i + 1], br = b[i], bi = b[i + 1];
-      re += fma(ar, br, -(ai * bi));
-      im += fma(ar, bi, ai * br);
+      re += fma(ar, br, Conj ? ai * bi : -(ai * bi));
+      im += fma(ar, bi, Conj ? -(ai * br) : ai * br);
     }
     reIm[0] = re;
     reIm[1] = im;
@@ -122,8 +123,8 @@ void dotComplex(const T* a, const T* b, size_t n, double* reIm) {
     crosseds.at[k + 1] = fma(ai, br, crosseds.at[k + 1]);
   }
   const Vec<double, 2> e = equals.folded(), c = crosseds.folded();
-  reIm[0] = e[0] - e[1];
-  reIm[1] = c[0] + c[1];
+  reIm[0] = Conj ? e[0] + e[1] : e[0] - e[1];
+  reIm[1] = Conj ? c[0] - c[1] : c[0] + c[1];
 }
 
 // Every value twice, next to itself.
@@ -192,6 +193,7 @@ int32_t dot16(const int16_t* a, const int16_t* b, size_t n) {
   return static_cast<int32_t>(sum);
 }
 
+template <bool Conj>
 void dotComplex16(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm) {
   using V = Vec<int16_t, kLanes<int16_t>>;
   const V odd = Alternating<int16_t>(0, -1).template vector<V>();
@@ -200,10 +202,16 @@ void dotComplex16(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm) {
   for (; i + kLanes<int16_t> <= 2 * n; i += kLanes<int16_t>) {
     const V x = load<V>(a + i), y = load<V>(b + i);
     const Uint32s words = reinterpret_cast<Uint32s>(y);
-    // -bi = (-bi - 1) + 1, as the 16-bit -bi may not fit
-    res += reinterpret_cast<Uint32s>(sumOfProducts(x, y ^ odd)) +
-           reinterpret_cast<Uint32s>(reinterpret_cast<Int32s>(x) >> 16);
-    ims += reinterpret_cast<Uint32s>(sumOfProducts(x, reinterpret_cast<V>(words >> 16 | words << 16)));
+    const V swapped = reinterpret_cast<V>(words >> 16 | words << 16);
+    // -b = (-b - 1) + 1, as the 16-bit -b may not fit
+    const Uint32s ai = reinterpret_cast<Uint32s>(reinterpret_cast<Int32s>(x) >> 16);
+    if constexpr (Conj) {
+      res += reinterpret_cast<Uint32s>(sumOfProducts(x, y));
+      ims += reinterpret_cast<Uint32s>(sumOfProducts(x, swapped ^ odd)) + ai;
+    } else {
+      res += reinterpret_cast<Uint32s>(sumOfProducts(x, y ^ odd)) + ai;
+      ims += reinterpret_cast<Uint32s>(sumOfProducts(x, swapped));
+    }
   }
   uint32_t re = 0, im = 0;
   for (int k = 0; k < kWords; ++k) {
@@ -211,8 +219,10 @@ void dotComplex16(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm) {
     im += ims[k];
   }
   for (; i < 2 * n; i += 2) {
-    re += static_cast<uint32_t>(a[i] * b[i]) - static_cast<uint32_t>(a[i + 1] * b[i + 1]);
-    im += static_cast<uint32_t>(a[i] * b[i + 1]) + static_cast<uint32_t>(a[i + 1] * b[i]);
+    const uint32_t second = static_cast<uint32_t>(a[i + 1] * b[i + 1]),
+                   crossed = static_cast<uint32_t>(a[i + 1] * b[i]);
+    re += static_cast<uint32_t>(a[i] * b[i]) + (Conj ? second : 0 - second);
+    im += static_cast<uint32_t>(a[i] * b[i + 1]) + (Conj ? 0 - crossed : crossed);
   }
   reIm[0] = static_cast<int32_t>(re);
   reIm[1] = static_cast<int32_t>(im);
@@ -230,6 +240,14 @@ void dotRealComplex16(const int16_t* a, const int16_t* b, size_t n, int32_t* reI
 
 template <class T>
 constexpr Dot<T> dotKernels() {
-  return {.real = dotReal<T>, .complex = dotComplex<T>, .realComplex = dotRealComplex<T>};
+  return {.real = dotReal<T>,
+          .complex = dotComplex<T>,
+          .conjComplex = dotComplex<T, true>,
+          .realComplex = dotRealComplex<T>};
 }
-constexpr Dot16 dot16Kernels() { return {.real = dot16, .complex = dotComplex16, .realComplex = dotRealComplex16}; }
+constexpr Dot16 dot16Kernels() {
+  return {.real = dot16,
+          .complex = dotComplex16<false>,
+          .conjComplex = dotComplex16<true>,
+          .realComplex = dotRealComplex16};
+}

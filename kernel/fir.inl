@@ -12,6 +12,7 @@
 
 // Vectors of outputs at a time: as many sums as hide the latency of the additions, as far as there are registers.
 constexpr int kFirRows = sizeof(void*) == 4 ? 4 : kVecBytes == 64 ? 12 : 8;
+constexpr int kFirFewRows = kVecBytes == 64 ? 4 : kFirRows / 4;  // and of what is left over
 constexpr int kFirLanes = kLanes<double>;
 using FirVec = Vec<double, kFirLanes>;
 
@@ -106,14 +107,14 @@ MOX_INLINE void firTile(const double* taps, size_t count, const double* w, size_
 template <class Out>
 MOX_NOINLINE void firSlide(const double* taps, size_t count, const double* w, size_t step, const double* before,
                            Out* out, size_t n) {
-  constexpr size_t kTile = kFirRows * kFirLanes, kSmall = kFirRows / 4 * kFirLanes;
+  constexpr size_t kTile = kFirRows * kFirLanes, kSmall = kFirFewRows * kFirLanes;
   size_t i = 0;
   for (; i + kTile <= n; i += kTile) {
     firTile<kFirRows>(taps, count, w + i, step, before ? before + i : nullptr, out + i);
   }
   if constexpr (kFirRows > 4) {
     for (; i + kSmall <= n; i += kSmall) {
-      firTile<kFirRows / 4>(taps, count, w + i, step, before ? before + i : nullptr, out + i);
+      firTile<kFirFewRows>(taps, count, w + i, step, before ? before + i : nullptr, out + i);
     }
   }
   for (; i < n; i += kFirLanes) {

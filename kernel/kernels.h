@@ -133,18 +133,20 @@ struct Int16 {
   void (*conjFlip)(const int16_t* src, int16_t* dst, size_t n);  // dst[n-1-i] = conj(src[i]); no overlap
 };
 
-// Sums of a[i] b[i] in float64, no conjugation; complex sums are left in reIm[2]. Up to 16 elements in their order,
-// longer ones in 16 lanes. n may be 0.
+// Sums of a[i] b[i] in float64, of conj(a[i]) b[i] where the name says so; complex sums are left in reIm[2]. Up to 16
+// elements in their order, longer ones in 16 lanes. n may be 0.
 template <class T>
 struct Dot {
   double (*real)(const T* a, const T* b, size_t n);
   void (*complex)(const T* a, const T* b, size_t n, double* reIm);
+  void (*conjComplex)(const T* a, const T* b, size_t n, double* reIm);
   void (*realComplex)(const T* a, const T* b, size_t n, double* reIm);
 };
 // The same modulo 2^32.
 struct Dot16 {
   int32_t (*real)(const int16_t* a, const int16_t* b, size_t n);
   void (*complex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
+  void (*conjComplex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
   void (*realComplex)(const int16_t* a, const int16_t* b, size_t n, int32_t* reIm);
 };
 
@@ -197,6 +199,34 @@ struct FirFast {
   void (*block)(const FirPlan& plan, const FirShape& shape, const float* taps, const FirSignal<float>& signal,
                 float* out, size_t n);
 };
+
+// Sums of conj(a[n]) b[n + k] over n, for neighbouring lags k, and what leads to them through transforms.
+template <class T>
+struct Correlation {
+  // sums[i] = sum over n < lenA of conj(a[n]) b[at + n + i], i < count, in float64; b is 0 outside of its lenB values,
+  // and products with those zeros are formed. At most kLagSums reals; lenA > 0. The order of a sum depends on lenA and
+  // count alone.
+  using Slide = void (*)(const T* a, size_t lenA, const T* b, size_t lenB, ptrdiff_t at, double* sums, size_t count);
+  Slide real;
+  Slide realComplex;  // a real, b complex
+  Slide complexReal;
+  Slide complex;
+
+  // Spectra of n complex values, a multiple of 16; those of real signals (of 2n values) as Fft leaves them. dst may be
+  // a or b. next is the spectrum of what follows a in a signal, half a transform's length on; both had as many zeros
+  // behind them, so a[i] + (-1)^i next[i] is the spectrum of both together.
+  void (*products)(const T* a, const T* b, T* dst, size_t n, bool real);           // conj(a[i]) b[i]
+  void (*addProducts)(const T* a, const T* b, double* sums, size_t n, bool real);  // that, added to sums
+  // sums[i] += conj(a[i]) (a[i] + (-1)^i next[i])
+  void (*addNeighbourProducts)(const T* a, const T* next, double* sums, size_t n, bool real);
+
+  // Results, and whether none is NaN: n sums times factor; and n values of 1 or 2 parts, the k-th times 1/(len - k).
+  // src may be dst.
+  bool (*round)(const double* sums, T* dst, size_t n, double factor);
+  bool (*unbiasSums)(const double* sums, T* dst, size_t n, size_t parts, double len);
+  bool (*unbias)(const T* src, T* dst, size_t n, size_t parts, double len);
+};
+constexpr size_t kLagSums = 256;
 
 // Sums modulo 2^32.
 struct Fir16 {
@@ -344,6 +374,8 @@ struct Kernels {
   Fir<float> fir32;
   Fir<double> fir64;
   Fir16 fir16;
+  Correlation<float> correlation32;
+  Correlation<double> correlation64;
   FirFast firFastReal, firFastComplexSamples, firFastComplex;
   Companding aLaw, muLaw;
   Elementwise<float> elementwise32;

@@ -14,6 +14,7 @@ namespace {
 #include "kernel/int16.inl"
 #include "kernel/dot.inl"
 #include "kernel/fir.inl"
+#include "kernel/corr.inl"
 #include "kernel/law.inl"
 #include "kernel/elementwise.inl"
 #include "kernel/iir.inl"
@@ -40,6 +41,8 @@ constinit const Kernels table = {
     .fir32 = firKernels<float>(),
     .fir64 = firKernels<double>(),
     .fir16 = fir16Kernels(),
+    .correlation32 = correlationKernels<float>(),
+    .correlation64 = correlationKernels<double>(),
     .firFastReal = firFastOf<1, false>(),
     .firFastComplexSamples = firFastOf<2, false>(),
     .firFastComplex = firFastOf<2, true>(),
