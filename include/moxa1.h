@@ -1761,6 +1761,71 @@ MOX_API void MOX_CALL moxdzbLmsDes(LmsState* statePtr, const double* inSamps, co
 /** @} */
 /** @} */
 
+/** @defgroup correlation Auto- and cross-correlation
+ * Autocorrelation: r[k] = sum over n of conj(src[n]) * src[n+k], lags k = 0 ... nLags-1, so r[0] is the energy.
+ * Cross-correlation: r[k] = sum over n of conj(srcA[n]) * srcB[n+k], lags k = loLag ... hiLag, negative ones too;
+ * dst[k - loLag] = r[k], hiLag - loLag + 1 elements. Terms outside a sequence count as zero: lags beyond the lengths,
+ * which are allowed, give 0.
+ *
+ * `normType` 1 multiplies every r[k] by 1/len (biased), 2 by 1/(len - k) (unbiased); any other value leaves the sums.
+ * Type letters `sc`, `cs`, `dz`, `zd`, `wv`, `vw`: the first sequence's, then the second's; the results are complex.
+ *
+ * Checks, of which the first that fails reports, alone, and nothing is written: a null source "Null SRC buffer
+ * pointer"; a null destination "Null DST buffer pointer"; a length < 1 "Invalid SRC buffer length"; nLags < 1 or > len,
+ * or loLag > hiLag, "Invalid LAG value". The sources may overlap each other; dst must not overlap them.
+ * @{ */
+
+/** @name Floating-point sequences
+ * Few lags, and short sequences, are sums in float64 that are rounded once. Where an operation count says that
+ * transforms are cheaper, sequences go through them in blocks, in memory proportional to the number of lags. Their
+ * results are off by less than 2^-20 (float32) or 2^-49 (float64) of the product of the sequences' 2-norms, before
+ * normalisation. Where that memory is not to be had, a transform overflows or meets an infinity or NaN, the sums are
+ * formed after all, so an infinity reaches the lags that it belongs to and no others. */
+/** @{ */
+MOX_API void MOX_CALL moxsAutoCorr(const float* src, int32_t len, float* dst, int32_t nLags, int32_t normType);
+MOX_API void MOX_CALL moxdAutoCorr(const double* src, int32_t len, double* dst, int32_t nLags, int32_t normType);
+MOX_API void MOX_CALL moxcAutoCorr(const MoxC* src, int32_t len, MoxC* dst, int32_t nLags, int32_t normType);
+MOX_API void MOX_CALL moxzAutoCorr(const MoxZ* src, int32_t len, MoxZ* dst, int32_t nLags, int32_t normType);
+MOX_API void MOX_CALL moxsCrossCorr(const float* srcA, int32_t lenA, const float* srcB, int32_t lenB, float* dst,
+                                    int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxdCrossCorr(const double* srcA, int32_t lenA, const double* srcB, int32_t lenB, double* dst,
+                                    int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxcCrossCorr(const MoxC* srcA, int32_t lenA, const MoxC* srcB, int32_t lenB, MoxC* dst,
+                                    int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxzCrossCorr(const MoxZ* srcA, int32_t lenA, const MoxZ* srcB, int32_t lenB, MoxZ* dst,
+                                    int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxscCrossCorr(const float* srcA, int32_t lenA, const MoxC* srcB, int32_t lenB, MoxC* dst,
+                                     int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxcsCrossCorr(const MoxC* srcA, int32_t lenA, const float* srcB, int32_t lenB, MoxC* dst,
+                                     int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxdzCrossCorr(const double* srcA, int32_t lenA, const MoxZ* srcB, int32_t lenB, MoxZ* dst,
+                                     int32_t loLag, int32_t hiLag);
+MOX_API void MOX_CALL moxzdCrossCorr(const MoxZ* srcA, int32_t lenA, const double* srcB, int32_t lenB, MoxZ* dst,
+                                     int32_t loLag, int32_t hiLag);
+/** @} */
+
+/** @name Integer sequences
+ * Sums modulo 2^32, divided where normType says so (toward zero), then times 2^-factor, rounded down. `scaleMode` acts
+ * by its bits: with MOX_FixScale the factor is *scalePtr (0 when null), any number, else 0; with MOX_NoScaleSat results
+ * saturate, else their low 16 bits stay. With MOX_AutoScale the factor grows, lag after lag, by what a result needs to
+ * fit (floor(log2 |r|) - 14, both parts of a complex one together), results before it are shifted as much further, and
+ * the last factor goes to *scalePtr, unless that is null. */
+/** @{ */
+MOX_API void MOX_CALL moxwAutoCorr(const int16_t* src, int32_t len, int16_t* dst, int32_t nLags, int32_t normType,
+                                   int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvAutoCorr(const MoxV* src, int32_t len, MoxV* dst, int32_t nLags, int32_t normType,
+                                   int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwCrossCorr(const int16_t* srcA, int32_t lenA, const int16_t* srcB, int32_t lenB, int16_t* dst,
+                                    int32_t loLag, int32_t hiLag, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvCrossCorr(const MoxV* srcA, int32_t lenA, const MoxV* srcB, int32_t lenB, MoxV* dst,
+                                    int32_t loLag, int32_t hiLag, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxwvCrossCorr(const int16_t* srcA, int32_t lenA, const MoxV* srcB, int32_t lenB, MoxV* dst,
+                                     int32_t loLag, int32_t hiLag, int32_t scaleMode, int32_t* scalePtr);
+MOX_API void MOX_CALL moxvwCrossCorr(const MoxV* srcA, int32_t lenA, const int16_t* srcB, int32_t lenB, MoxV* dst,
+                                     int32_t loLag, int32_t hiLag, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif
