@@ -557,11 +557,17 @@ TEST(Lms, BadCalls) {
     form.initDlyl(&tapState, nullptr, 1, &delayState);
     EXPECT_EQ(last(), samples + "LmslInitDlyl: " + null);
     EXPECT_TRUE(tapState.len == 0 && delayState.len == 0);
-    form.initMr(0, taps, 3, 0.5f, 0.25f, 1, 2, 1, &tapState);
+    const auto words = [](const LmsTapState& t) {
+      return std::vector<int32_t>{t.len,         t.upFactor,     t.upPhase, t.downFactor, t.downPhase,
+                                  t.isMultiRate, t.isFilterMode, t.errDly,  t.lmsType};
+    };
+    std::memset(&tapState, 0x5a, sizeof tapState);
+    form.init(7, taps, 3, 0.5f, 0.25f, 4, &tapState);
+    EXPECT_EQ(words(tapState), (std::vector<int32_t>{3, 1, 0, 1, 0, 0, 1, 4, 7}));
+    form.initMr(8, taps, 3, 0.5f, 0.25f, 1, 2, 1, &tapState);
+    EXPECT_EQ(words(tapState), (std::vector<int32_t>{3, 1, 0, 2, 1, 1, 1, 1, 8}));
+    EXPECT_TRUE(tapState.taps == taps && tapState.leak == 0.25f && tapState.step == 0.5f);
     form.initDlyl(&tapState, line, 1, &delayState);
-    EXPECT_TRUE(tapState.taps == taps && tapState.len == 3 && tapState.upFactor == 1 && tapState.upPhase == 0 &&
-                tapState.downFactor == 2 && tapState.downPhase == 1 && tapState.isMultiRate == 1 &&
-                tapState.isFilterMode == 1 && tapState.leak == 0.25f && tapState.step == 0.5f && tapState.errDly == 1);
     EXPECT_TRUE(delayState.dlyl == line && delayState.len == 6 && delayState.isFilterMode == 1 &&
                 delayState.adapt == 1);
     form.one(&tapState, nullptr, line[0], out[0]);
@@ -584,6 +590,10 @@ TEST(Lms, BadCalls) {
     EXPECT_EQ(state.tapSt.taps, nullptr);
     const std::string noTaps = "Taps state structure is not initialized (-5)";
     const std::string noDelay = "Delay line state structure is not initialized (-5)";
+    form.objectInitMr(9, taps, 3, nullptr, 0.5f, 0.25f, 1, 2, 1, &state);
+    EXPECT_EQ(words(state.tapSt), (std::vector<int32_t>{3, 1, 0, 2, 1, 1, 1, 1, 9}));
+    EXPECT_TRUE(state.dlySt.len == 6 && state.dlySt.isFilterMode == 1 && state.dlySt.adapt == 1);
+    moxLmsFree(&state);
     form.objectInit(0, taps, 3, nullptr, 0, 0, 0, &state);
     for (const bool tapsReady : {false, true}) {
       state.tapSt.isFilterMode = tapsReady;
