@@ -182,20 +182,30 @@ TEST(FirObject, LongFiltersOnSignalsOfEveryRange) {
       using T = typename Calls::Tap;
       using R = typename Calls::Result;
       using Real = typename Traits<S>::Real;
-      for (const int taps : {48, 130, 700}) {
+      // How quiet a passage is beside loud ones in one transform, and the imaginary part beside the real one.
+      struct Range {
+        int taps;
+        Real passage, imaginary;
+      };
+      for (const Range& range :
+           {Range{48, static_cast<Real>(0x1p-30), 1}, Range{130, static_cast<Real>(0x1p-30), 1},
+            Range{130, 1, static_cast<Real>(0x1p-30)}, Range{700, static_cast<Real>(0x1p-50), 1}}) {
+        const int taps = range.taps;
         const Shape f = {taps, 1, 0, 1, 0, 3000};
         if (!mayBeFast<Calls>(f)) continue;
         SCOPED_TRACE(::testing::Message() << form.name << ": " << f);
         auto h = noise<T>(static_cast<size_t>(taps), 1);
         auto x = noise<S>(f.history() + f.in(), 2);
         // Loud and quiet passages, silence, one sample alone, at first in the history.
-        const auto scale = [&](size_t from, size_t to, Real by) {
+        const auto scale = [&](size_t from, size_t to, Real re, Real im) {
           for (size_t i = from; i < to; ++i)
-            x[i] = makeValue<S>(static_cast<Real>(parts(x[i]).re) * by, static_cast<Real>(parts(x[i]).im) * by);
+            x[i] = makeValue<S>(static_cast<Real>(parts(x[i]).re) * re, static_cast<Real>(parts(x[i]).im) * im);
         };
-        scale(0, 40, static_cast<Real>(0x1p60));
-        scale(f.history() + 300, f.history() + 1400, static_cast<Real>(0x1p-50));
-        scale(f.history() + 1700, x.size(), 0);
+        const Real loud = static_cast<Real>(0x1p60);
+        scale(0, x.size(), 1, range.imaginary);
+        scale(0, 40, loud, loud);
+        scale(f.history() + 300, f.history() + 1400, range.passage, range.passage);
+        scale(f.history() + 1700, x.size(), 0, 0);
         x[x.size() - 300] = makeValue<S>(1, 0);
         Object object;
         start(form, f, h, x, object);
