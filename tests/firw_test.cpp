@@ -94,7 +94,7 @@ TEST(FirObject16, Blocks) {
         Guarded<int16_t> in(std::vector<int16_t>(x.end() - static_cast<ptrdiff_t>(f.in()), x.end()), Flush::AtEnd);
         in.makeReadOnly();
         for (const int mode : {0, 1, 2, 3, 4, 7}) {
-          for (const int32_t factor : {0, 5, 20, 40, -3}) {
+          for (const int32_t factor : {0, 1, 5, 20, 40, -3}) {
             if (factor != 5 && mode != 2 && mode != 3) continue;
             const int32_t shift = std::min(factor, 31);
             Object object(f, taps, x.data());

@@ -425,6 +425,11 @@ TEST(Lms, DelayLinesThatAreTooShort) {
           EXPECT_TRUE(sameBits(line[0], in[3]));
           EXPECT_TRUE(sameBits(line[4], in[1]));
           EXPECT_TRUE(sameBits(line[7], model.line[7]));
+          // Without adaptation: 20 taps, from the fourth of 20 places on.
+          delayState.len = 20;
+          tapState.step = 0;
+          form.period(&tapState, &delayState, in.data(), makeValue<T>(1, 0));
+          EXPECT_TRUE(sameBits(line[4], in[3]));
         }
       }
     });
