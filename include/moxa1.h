@@ -949,6 +949,83 @@ MOX_API void MOX_CALL moxdMpyRCPerm3(const double* srcA, const double* srcB, dou
 /** @} */
 /** @} */
 
+/** @defgroup goertzel Single spectral components
+ * The Goertzel algorithm: one bin of a spectrum at any frequency, sample by sample or in blocks. After the samples
+ * x[0] ... x[n] since Init or Reset
+ *
+ *     y = sum over k <= n of x[k] e^(i 2 pi f (n + 1 - k)) = e^(i 2 pi f (n + 1)) sum of x[k] e^(-i 2 pi f k)
+ *
+ * so |y| is the magnitude of the component at f cycles per sample. Each sample takes one step in float64,
+ *
+ *     s = x + twoCosW * delay1 - delay2,   y = e^(i 2 pi f) s - delay1,   delay2 = delay1,   delay1 = s
+ *
+ * from left to right; y comes from s before it is rounded, the record holds s rounded to its own type. A block gives
+ * the bits that its samples give one by one. No set of kernels gives other bits than the others.
+ *
+ * Checks: "Null state pointer"; of Init also "Invalid frequency value", of blocks also "Null buffer pointer" and
+ * "Invalid array length" (less than 1). Blocks report the first violation alone. A violation returns (0, 0).
+ * @{ */
+
+/** The record of one component in float32, for s, c, w and v. The caller's; no pointers in it, so it may be copied. */
+typedef struct MoxsGoertzState {
+  float freq;    /**< f, cycles per sample */
+  float cosW;    /**< cos(2 pi f) */
+  float sinW;    /**< sin(2 pi f) */
+  float twoCosW; /**< 2 cos(2 pi f) */
+  MoxC delay2;   /**< s of the sample before the last; real signals use the real part alone */
+  MoxC delay1;   /**< s of the last sample */
+} MoxsGoertzState;
+/** The same in float64, for d and z. */
+typedef struct MoxdGoertzState {
+  double freq, cosW, sinW, twoCosW;
+  MoxZ delay2, delay1;
+} MoxdGoertzState;
+
+/** @name Init fills the record for a frequency, Reset starts anew at the same one
+ * 0 < freq < 0.5, tested on the bits: every positive float32 below 0.5; float64 from 2^-1042 on (the upper half of the
+ * pattern must be positive). */
+/** @{ */
+MOX_API void MOX_CALL moxsGoertzInit(float freq, MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxcGoertzInit(float freq, MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxdGoertzInit(double freq, MoxdGoertzState* statePtr);
+MOX_API void MOX_CALL moxzGoertzInit(double freq, MoxdGoertzState* statePtr);
+MOX_API void MOX_CALL moxwGoertzInit(float freq, MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxvGoertzInit(float freq, MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxsGoertzReset(MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxcGoertzReset(MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxdGoertzReset(MoxdGoertzState* statePtr);
+MOX_API void MOX_CALL moxzGoertzReset(MoxdGoertzState* statePtr);
+MOX_API void MOX_CALL moxwGoertzReset(MoxsGoertzState* statePtr);
+MOX_API void MOX_CALL moxvGoertzReset(MoxsGoertzState* statePtr);
+/** @} */
+/** @name One sample */
+/** @{ */
+MOX_API MoxC MOX_CALL moxsGoertz(MoxsGoertzState* statePtr, float samp);
+MOX_API MoxC MOX_CALL moxcGoertz(MoxsGoertzState* statePtr, MoxC samp);
+MOX_API MoxZ MOX_CALL moxdGoertz(MoxdGoertzState* statePtr, double samp);
+MOX_API MoxZ MOX_CALL moxzGoertz(MoxdGoertzState* statePtr, MoxZ samp);
+/** @} */
+/** @name A block of samples; y of the last one */
+/** @{ */
+MOX_API MoxC MOX_CALL moxsbGoertz(MoxsGoertzState* statePtr, const float* samps, int32_t length);
+MOX_API MoxC MOX_CALL moxcbGoertz(MoxsGoertzState* statePtr, const MoxC* samps, int32_t length);
+MOX_API MoxZ MOX_CALL moxdbGoertz(MoxdGoertzState* statePtr, const double* samps, int32_t length);
+MOX_API MoxZ MOX_CALL moxzbGoertz(MoxdGoertzState* statePtr, const MoxZ* samps, int32_t length);
+/** @} */
+/** @name int16 samples
+ * The float32 step or block, y brought back by the scale mode (see "Scale modes") with one factor for both parts. A bad
+ * mode or factor is reported under "moxsbUndScaling" and leaves the record as it was. Blocks take working memory for
+ * their samples in float32: "No memory for working array" (MOX_StsNoMem). */
+/** @{ */
+MOX_API MoxV MOX_CALL moxwGoertz(MoxsGoertzState* statePtr, int16_t samp, int32_t scaleMode, int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvGoertz(MoxsGoertzState* statePtr, MoxV samp, int32_t scaleMode, int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxwbGoertz(MoxsGoertzState* statePtr, const int16_t* samps, int32_t length, int32_t scaleMode,
+                                  int32_t* scalePtr);
+MOX_API MoxV MOX_CALL moxvbGoertz(MoxsGoertzState* statePtr, const MoxV* samps, int32_t length, int32_t scaleMode,
+                                  int32_t* scalePtr);
+/** @} */
+/** @} */
+
 /** @defgroup firl Finite impulse response, low level
  * y[m] = sum over k < len of taps[k] * x[m-k], on two records of the caller's: one of taps and one of the delay line,
  * both pointing at arrays of the caller's that are used in place. Taps stand in natural order, taps[0] at the newest

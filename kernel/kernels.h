@@ -302,6 +302,16 @@ struct Iir {
   Form realSamples;  // complex taps, delay line and results
 };
 
+// One bin of a spectrum after n >= 1 samples: s = (x + 2 cos w d1) - d2 in float64, d2 = d1, d1 = s rounded; in the end
+// y = e^(iw) s - (the d1 before) from the last s. roots: cos w, sin w, 2 cos w; delays: d2, d1, (re, im) each, of which
+// real signals leave im alone; y is complex.
+template <class T>
+struct Goertzel {
+  using Run = void (*)(const T* roots, T* delays, const T* x, size_t n, T* y);
+  Run real;
+  Run complex;
+};
+
 // Between floating point and integers.
 enum class Rounding { nearest, zero, down, up };  // nearest: ties to even
 enum class IntegerType { int8, uint8, int16, uint16, int32, uint32 };
@@ -383,6 +393,8 @@ struct Kernels {
   Elementwise16 elementwise16;
   Iir<float> iir32;
   Iir<double> iir64;
+  Goertzel<float> goertzel32;
+  Goertzel<double> goertzel64;
   Conversion<float> conversion32;
   Conversion<double> conversion64;
   Separation<float> separation32;

@@ -18,6 +18,7 @@ namespace {
 #include "kernel/law.inl"
 #include "kernel/elementwise.inl"
 #include "kernel/iir.inl"
+#include "kernel/goertzel.inl"
 #include "kernel/convert.inl"
 #include "kernel/lms.inl"
 #include "kernel/permute.inl"
@@ -53,6 +54,8 @@ constinit const Kernels table = {
     .elementwise16 = elementwise16Kernels(),
     .iir32 = iirKernels<float>(),
     .iir64 = iirKernels<double>(),
+    .goertzel32 = goertzelKernels<float>(),
+    .goertzel64 = goertzelKernels<double>(),
     .conversion32 = conversionKernels<float>(),
     .conversion64 = conversionKernels<double>(),
     .separation32 = separationKernels<float>(),
