@@ -17,7 +17,7 @@ bool bad(const char* function, int32_t line, const char* condition) {
 }
 
 // The first check that fails reports, alone.
-bool bufferIsGood(const char* function, int32_t line, bool pointers, int32_t n) {
+bool bufferIsGood(const char* function, int32_t line, bool pointers, int64_t n) {
   if (!pointers) return bad(function, line, "Null buffer pointer");
   if (n < 1) return bad(function, line, "Invalid buffer length");
   return true;
@@ -45,16 +45,16 @@ int32_t autoFactor(int32_t value) {
 }
 
 template <class T>
-T largestElement(const T* src, int32_t n) {
+T largestElement(const T* src, int64_t n) {
   return src[kernel::active->scale.indexOfLargest(src, static_cast<size_t>(n))];
 }
-uint32_t largestBits(const float* src, int32_t n) { return std::bit_cast<uint32_t>(largestElement(src, n)); }
+uint32_t largestBits(const float* src, int64_t n) { return std::bit_cast<uint32_t>(largestElement(src, n)); }
 
-void reduce(const float* src, int16_t* dst, int32_t n, int32_t factor, bool saturate) {
+void reduce(const float* src, int16_t* dst, int64_t n, int32_t factor, bool saturate) {
   const auto& scale = kernel::active->scale;
   (saturate ? scale.floatsSaturated : scale.floatsWrapped)(src, dst, static_cast<size_t>(n), factor);
 }
-void reduce(const int32_t* src, int16_t* dst, int32_t n, int32_t factor, bool saturate) {
+void reduce(const int32_t* src, int16_t* dst, int64_t n, int32_t factor, bool saturate) {
   const auto& scale = kernel::active->scale;
   (saturate ? scale.intsSaturated : scale.intsWrapped)(src, dst, static_cast<size_t>(n), factor);
 }
@@ -83,7 +83,7 @@ int16_t scaledToInt16(int32_t value, int32_t mode, int32_t* scalePtr) {
   return result;
 }
 
-bool scaledToInt16(const int32_t* src, int16_t* dst, int32_t n, int32_t mode, int32_t* scalePtr) {
+bool scaledToInt16(const int32_t* src, int16_t* dst, int64_t n, int32_t mode, int32_t* scalePtr) {
   constexpr const char* function = "moxibUndScaling";
   if (!bufferIsGood(function, 157, src && dst, n) || !scaleIsGood(function, mode, scalePtr)) return false;
   int32_t factor = fixedFactor(mode, scalePtr);
@@ -92,7 +92,7 @@ bool scaledToInt16(const int32_t* src, int16_t* dst, int32_t n, int32_t mode, in
   return true;
 }
 
-bool scaledToInt16(const float* src, int16_t* dst, int32_t n, int32_t mode, int32_t* scalePtr) {
+bool scaledToInt16(const float* src, int16_t* dst, int64_t n, int32_t mode, int32_t* scalePtr) {
   constexpr const char* function = "moxsbUndScaling";
   if (!bufferIsGood(function, 154, src && dst, n) || !scaleIsGood(function, mode, scalePtr)) return false;
   int32_t factor = fixedFactor(mode, scalePtr);
@@ -101,7 +101,7 @@ bool scaledToInt16(const float* src, int16_t* dst, int32_t n, int32_t mode, int3
   return true;
 }
 
-bool scaledToInt16(const float* srcA, const float* srcB, int16_t* dstA, int16_t* dstB, int32_t n, int32_t mode,
+bool scaledToInt16(const float* srcA, const float* srcB, int16_t* dstA, int16_t* dstB, int64_t n, int32_t mode,
                    int32_t* scalePtr) {
   constexpr const char* function = "moxsbUndScaling2";
   if (!bufferIsGood(function, 161, srcA && srcB && dstA && dstB, n) || !scaleIsGood(function, mode, scalePtr)) {

@@ -13,10 +13,10 @@ bool scaleIsGood(const char* function, int32_t mode, const int32_t* scalePtr);
 // integers, then keep their low 16 bits or, in the saturating modes, are limited before; integers shift, rounding down.
 // The vector forms return false after a report, and then have written nothing; the scalar form returns 0.
 int16_t scaledToInt16(int32_t value, int32_t mode, int32_t* scalePtr);
-bool scaledToInt16(const int32_t* src, int16_t* dst, int32_t n, int32_t mode, int32_t* scalePtr);
-bool scaledToInt16(const float* src, int16_t* dst, int32_t n, int32_t mode, int32_t* scalePtr);
+bool scaledToInt16(const int32_t* src, int16_t* dst, int64_t n, int32_t mode, int32_t* scalePtr);
+bool scaledToInt16(const float* src, int16_t* dst, int64_t n, int32_t mode, int32_t* scalePtr);
 // Two arrays with one factor.
-bool scaledToInt16(const float* srcA, const float* srcB, int16_t* dstA, int16_t* dstB, int32_t n, int32_t mode,
+bool scaledToInt16(const float* srcA, const float* srcB, int16_t* dstA, int16_t* dstB, int64_t n, int32_t mode,
                    int32_t* scalePtr);
 
 }  // namespace mox

@@ -933,6 +933,23 @@ MOX_API void MOX_CALL moxdCcs2Fft(double* xSamps, double* ySamps, int32_t order,
 MOX_API void MOX_CALL moxdCcs2FftNip(const double* xInSamps, const double* yInSamps, double* xOutSamps,
                                      double* yOutSamps, int32_t order, int32_t flags);
 /** @} */
+/** @name Transforms of any length
+ * The sums above for any N = length >= 1, as they are written: N^2 complex products with the roots of
+ * moxcGetDftTwdTbl(length), added in float64 in the order of n; use a transform of order 2^k where you can. Only
+ * MOX_Forw, MOX_Inv, MOX_Init and MOX_NoInvScale have a meaning. moxcDft and moxzDft: the arrays must not overlap.
+ * moxvDft runs moxcDft on float32 copies, comes back by the scale mode (see "Scale modes") with one factor for all
+ * values, and may work in place; outSamps is not written when it fails.
+ *
+ * Errors, in order: a table that cannot be had (a length below 1, too) is reported by moxcGetDftTwdTbl or
+ * moxzGetDftTwdTbl and then as "Bad pointer" with MOX_StsBackTrace, a negative status from before by this trace alone;
+ * "length<=0", "inSamps==0", "outSamps==0"; the direction flags. moxvDft fetches the table first only with MOX_Init
+ * (its trace is "Bad pointer for Twiddle Factors"), and needs memory: "No memory for work array" (MOX_StsNoMem). */
+/** @{ */
+MOX_API void MOX_CALL moxcDft(const MoxC* inSamps, MoxC* outSamps, int32_t length, int32_t flags);
+MOX_API void MOX_CALL moxzDft(const MoxZ* inSamps, MoxZ* outSamps, int32_t length, int32_t flags);
+MOX_API void MOX_CALL moxvDft(const MoxV* inSamps, MoxV* outSamps, int32_t length, int32_t flags, int32_t scaleMode,
+                              int32_t* scalePtr);
+/** @} */
 /** @name Products of packed spectra
  * The spectrum of a circular convolution: X[k] = A[k] B[k], both factors and the product in one layout, N = 2^order
  * reals. `2`: dst = dst * src. `3`: dst = srcA * srcB.

@@ -93,6 +93,15 @@ struct Fft {
   void (*joinTwo[32])(const T* x, const T* y, T* re, T* im, T* table);
 };
 
+// X[k] = scale * sum of x[i] w[k i mod n], i ascending, or of x[i] conj(w[k i mod n]), n >= 1 complex values; products
+// and sums in float64. w are the n roots of unity; out and x do not overlap.
+template <class T>
+struct Dft {
+  using Run = void (*)(const T* x, T* out, const T* w, int32_t n, double scale);
+  Run forward;
+  Run inverse;
+};
+
 // int16 from wider values times 2^-factor: floats truncated toward zero after the exact scaling, integers shifted.
 // wrapped keeps the low 16 bits, saturated limits to -32768 ... 32767. src and dst do not overlap.
 struct Scale {
@@ -404,6 +413,8 @@ struct Kernels {
   Lms<float> lms32;
   Lms<double> lms64;
   BitReversal bitReversal;
+  Dft<float> dft32;
+  Dft<double> dft64;
   Fft<float> fft32;
   Fft<double> fft64;
 };

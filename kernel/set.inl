@@ -22,6 +22,7 @@ namespace {
 #include "kernel/convert.inl"
 #include "kernel/lms.inl"
 #include "kernel/permute.inl"
+#include "kernel/dft.inl"
 #include "kernel/fft.inl"
 #include "kernel/fir_fft.inl"
 // clang-format on
@@ -65,6 +66,8 @@ constinit const Kernels table = {
     .lms32 = lmsKernels<float>(),
     .lms64 = lmsKernels<double>(),
     .bitReversal = bitReversal(),
+    .dft32 = dftKernels<float>(),
+    .dft64 = dftKernels<double>(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };

@@ -1,5 +1,6 @@
 // Transforms of float64 signals.
 #include "transform/complex_fft.h"
+#include "transform/dft.h"
 #include "transform/real_fft.h"
 #include "transform/two_real_fft.h"
 
@@ -49,6 +50,10 @@ void moxdCcs2Fft(double* xSamps, double* ySamps, int32_t order, int32_t flags) {
 void moxdCcs2FftNip(const double* xInSamps, const double* yInSamps, double* xOutSamps, double* yOutSamps, int32_t order,
                     int32_t flags) {
   twoNip<TwoToSignals>(xInSamps, yInSamps, xOutSamps, yOutSamps, order, flags);
+}
+
+void moxzDft(const MoxZ* inSamps, MoxZ* outSamps, int32_t length, int32_t flags) {
+  dft<double>(inSamps, outSamps, length, flags);
 }
 
 void moxdMpyRCPack2(const double* src, double* dst, int32_t order) { mpyPackedInPlace(src, dst, Layout::pack, order); }

@@ -1,5 +1,6 @@
 // Transforms of float32 signals.
 #include "transform/complex_fft.h"
+#include "transform/dft.h"
 #include "transform/real_fft.h"
 #include "transform/two_real_fft.h"
 
@@ -49,6 +50,10 @@ void moxsCcs2Fft(float* xSamps, float* ySamps, int32_t order, int32_t flags) {
 void moxsCcs2FftNip(const float* xInSamps, const float* yInSamps, float* xOutSamps, float* yOutSamps, int32_t order,
                     int32_t flags) {
   twoNip<TwoToSignals>(xInSamps, yInSamps, xOutSamps, yOutSamps, order, flags);
+}
+
+void moxcDft(const MoxC* inSamps, MoxC* outSamps, int32_t length, int32_t flags) {
+  dft<float>(inSamps, outSamps, length, flags);
 }
 
 void moxsMpyRCPack2(const float* src, float* dst, int32_t order) { mpyPackedInPlace(src, dst, Layout::pack, order); }
