@@ -966,6 +966,73 @@ MOX_API void MOX_CALL moxdMpyRCPerm3(const double* srcA, const double* srcB, dou
 /** @} */
 /** @} */
 
+/** @defgroup fft16 Integer Fourier transforms
+ * The transforms above on int16 samples: float32 copies are transformed and come back by the scale mode (see "Scale
+ * modes"), all outputs of a call with one factor. What the flags mean, the layouts, lengths and the treatment of order
+ * 0 are those of the float32 functions of the same names, `c` and `s` for `v` and `w`.
+ *
+ * Input and output are the same arrays or do not overlap. In mode MOX_AutoScale two arrays take the factor of the
+ * larger of their two elements of largest magnitude, compared with their signs: with outputs of -40000 and 30000 that
+ * is 0, and the first wraps.
+ *
+ * Errors, in order: a table that cannot be had is reported by the table's own function and then as "Bad pointer for
+ * Twiddle Factors" with MOX_StsBackTrace, a negative status from before by this trace alone; "order<0", "order>31",
+ * null arrays; the flags; "No memory for work array" (MOX_StsNoMem); scale mode and factor under "moxsbUndScaling", of
+ * two arrays "moxsbUndScaling2". moxwRealFftNip stands for a copy and moxwRealFft: after the checks of order and arrays
+ * all else is reported under that name, with the trace "out moxwRealFft" after it. A violation leaves the data
+ * untouched.
+ * @{ */
+MOX_API void MOX_CALL moxvFft(MoxV* samps, int32_t order, int32_t flags, int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxvFftNip(const MoxV* inSamps, MoxV* outSamps, int32_t order, int32_t flags, int32_t scaleMode,
+                                 int32_t* scaleFactor);
+MOX_API void MOX_CALL moxvrFft(int16_t* reSamps, int16_t* imSamps, int32_t order, int32_t flags, int32_t scaleMode,
+                               int32_t* scaleFactor);
+MOX_API void MOX_CALL moxvrFftNip(const int16_t* reInSamps, const int16_t* imInSamps, int16_t* reOutSamps,
+                                  int16_t* imOutSamps, int32_t order, int32_t flags, int32_t scaleMode,
+                                  int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwRealFft(int16_t* samps, int32_t order, int32_t flags, int32_t scaleMode,
+                                  int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwRealFftNip(const int16_t* inSamps, int16_t* outSamps, int32_t order, int32_t flags,
+                                     int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwCcsFft(int16_t* samps, int32_t order, int32_t flags, int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwCcsFftNip(const int16_t* inSamps, int16_t* outSamps, int32_t order, int32_t flags,
+                                    int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwRealFftl(int16_t* samps, int32_t order, int32_t flags, int32_t scaleMode,
+                                   int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwRealFftlNip(const int16_t* inSamps, int16_t* outSamps, int32_t order, int32_t flags,
+                                      int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwCcsFftl(int16_t* samps, int32_t order, int32_t flags, int32_t scaleMode,
+                                  int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwCcsFftlNip(const int16_t* inSamps, int16_t* outSamps, int32_t order, int32_t flags,
+                                     int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwReal2Fft(int16_t* xSamps, int16_t* ySamps, int32_t order, int32_t flags, int32_t scaleMode,
+                                   int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwReal2FftNip(const int16_t* xInSamps, const int16_t* yInSamps, int16_t* xOutSamps,
+                                      int16_t* yOutSamps, int32_t order, int32_t flags, int32_t scaleMode,
+                                      int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwCcs2Fft(int16_t* xSamps, int16_t* ySamps, int32_t order, int32_t flags, int32_t scaleMode,
+                                  int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwCcs2FftNip(const int16_t* xInSamps, const int16_t* yInSamps, int16_t* xOutSamps,
+                                     int16_t* yOutSamps, int32_t order, int32_t flags, int32_t scaleMode,
+                                     int32_t* scaleFactor);
+/** @name Products of packed spectra
+ * As those of float32, in whole numbers. The complex products follow "Integer vector arithmetic". The two real ones
+ * too, but with MOX_FixScale and MOX_FixScaleSat a factor > 0 gives floor(((p & 1) + floor(p / 2)) / 2^(factor-1)),
+ * which rounds a half up, and a factor < 0 the low 32 bits of p * 2^-factor, then wrapped or limited. MOX_AutoScale
+ * finds one factor for all. Checks: "order<0", "order>31", then "src==0", "dst==0", or "srcA==0", "srcB==0", "dst==0";
+ * when these passed, in mode MOX_AutoScale "scaleFactor==0". */
+/** @{ */
+MOX_API void MOX_CALL moxwMpyRCPack2(const int16_t* src, int16_t* dst, int32_t order, int32_t scaleMode,
+                                     int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwMpyRCPack3(const int16_t* srcA, const int16_t* srcB, int16_t* dst, int32_t order,
+                                     int32_t scaleMode, int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwMpyRCPerm2(const int16_t* src, int16_t* dst, int32_t order, int32_t scaleMode,
+                                     int32_t* scaleFactor);
+MOX_API void MOX_CALL moxwMpyRCPerm3(const int16_t* srcA, const int16_t* srcB, int16_t* dst, int32_t order,
+                                     int32_t scaleMode, int32_t* scaleFactor);
+/** @} */
+/** @} */
+
 /** @defgroup goertzel Single spectral components
  * The Goertzel algorithm: one bin of a spectrum at any frequency, sample by sample or in blocks. After the samples
  * x[0] ... x[n] since Init or Reset
