@@ -85,11 +85,14 @@ TEST(Iir16, FiltersThroughFloat) {
         EXPECT_EQ(moxwIirl(&tapState, &delayState, in[i], MOX_NoScaleSat, nullptr), limited(next(in[i])));
         stored();
       }
-      moxwbIirl(&tapState, &delayState, in.data() + 10, out.data(), 30, MOX_FixScaleSat, &factor);
-      for (size_t i = 0; i < 30; ++i) {
-        EXPECT_EQ(out[i], static_cast<int16_t>(std::clamp(next(in[10 + i]) / 2, -32768.0, 32767.0)));  // truncated
+      for (size_t at = 10, n = 1; at < 40; at += n, n = 40 - at) {
+        moxwbIirl(&tapState, &delayState, in.data() + at, out.data(), static_cast<int32_t>(n), MOX_FixScaleSat,
+                  &factor);
+        for (size_t i = 0; i < n; ++i) {
+          EXPECT_EQ(out[i], static_cast<int16_t>(std::clamp(next(in[at + i]) / 2, -32768.0, 32767.0)));  // truncated
+        }
+        stored();
       }
-      stored();
     }
   });
   // More than int16 holds, more than float32 holds.
@@ -171,6 +174,10 @@ TEST(Iir16, BadCalls) {
   EXPECT_EQ(reports.take(),
             (Strings{"moxwIirlInit: taps[order+1] equals zero (-5)", "moxwIirlInitBq: taps[1*6+3] equals zero (-5)",
                      "moxwIirlInitBq: No memory for working array (-4)"}));
+  taps[0] = 0;
+  fresh([&] { moxwIirlInitBq(0, taps, 2, &tapState); });
+  EXPECT_EQ(reports.take(), Strings{"moxwIirlInitBq: taps[0*6] equals zero (-5)"});
+  taps[0] = 1;
   taps[9] = 1;
   moxwIirlInitBq(0, taps, 2, &tapState);
   fresh([&] { moxwIirlInitDlyl(nullptr, nullptr, nullptr); });
