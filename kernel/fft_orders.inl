@@ -31,14 +31,11 @@ template <bool Fma>
 struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 8, Fma> : Passes<float, 8, 4, 1, 8> {};
-template <>
-struct KernelOf<float, 9, true> : Passes<float, 8, 8, 1, 8> {};
-template <>
-struct KernelOf<float, 10, true> : Passes<float, 8, 8, 1, 16> {};
-template <>
-struct KernelOf<float, 9, false> : Passes<float, 4, 8, 1, 16> {};
-template <>
-struct KernelOf<float, 10, false> : Passes<float, 4, 16, 1, 16> {};
+// (A radix of 4 is less than the lanes of a 64-byte vector: what is not chosen must not be instantiated.)
+template <bool Fma>
+struct KernelOf<float, 9, Fma> : std::conditional_t<Fma, Passes<float, 8, 8, 1, 8>, Passes<float, 4, 8, 1, 16>> {};
+template <bool Fma>
+struct KernelOf<float, 10, Fma> : std::conditional_t<Fma, Passes<float, 8, 8, 1, 16>, Passes<float, 4, 16, 1, 16>> {};
 template <bool Fma>
 struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 8, 4, 8> {};
 template <bool Fma>
