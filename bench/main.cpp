@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
   moxbench::registerFir();
   moxbench::registerIir();
   moxbench::registerLms();
+  moxbench::registerCorrelation();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

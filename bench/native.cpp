@@ -182,4 +182,60 @@ void sleefExp(const double* src, double* dst, ptrdiff_t n) { map<Doubles>(src, d
 void sleefLn(const float* src, float* dst, ptrdiff_t n) { map<Floats>(src, dst, n, ln); }
 void sleefLn(const double* src, double* dst, ptrdiff_t n) { map<Doubles>(src, dst, n, ln); }
 
+namespace {
+
+template <class T>
+void power(T* x, T factor, ptrdiff_t bins) {
+  for (ptrdiff_t k = 0; k < bins; ++k) {
+    x[2 * k] = (x[2 * k] * x[2 * k] + x[2 * k + 1] * x[2 * k + 1]) * factor;
+    x[2 * k + 1] = 0;
+  }
+}
+template <class T>
+void conjProduct(const T* a, const T* b, T factor, T* dst, ptrdiff_t bins) {
+  for (ptrdiff_t k = 0; k < bins; ++k) {
+    const T re = a[2 * k] * b[2 * k] + a[2 * k + 1] * b[2 * k + 1];
+    const T im = a[2 * k] * b[2 * k + 1] - a[2 * k + 1] * b[2 * k];
+    dst[2 * k] = re * factor;
+    dst[2 * k + 1] = im * factor;
+  }
+}
+template <class T>
+void addNeighbours(const T* a, const T* next, T* sum, ptrdiff_t bins) {
+  const auto addOne = [=](ptrdiff_t k, T sign) {
+    const T re = a[2 * k] + sign * next[2 * k], im = a[2 * k + 1] + sign * next[2 * k + 1];
+    sum[2 * k] += a[2 * k] * re + a[2 * k + 1] * im;
+    sum[2 * k + 1] += a[2 * k] * im - a[2 * k + 1] * re;
+  };
+  ptrdiff_t k = 0;
+  for (; k + 1 < bins; k += 2) {
+    addOne(k, 1);
+    addOne(k + 1, -1);
+  }
+  if (k < bins) addOne(k, 1);
+}
+template <class T>
+void addPower(const T* a, T* sum, ptrdiff_t bins) {
+  for (ptrdiff_t k = 0; k < bins; ++k) sum[2 * k] += a[2 * k] * a[2 * k] + a[2 * k + 1] * a[2 * k + 1];
+}
+
+}  // namespace
+
+void nativePower(float* x, float factor, ptrdiff_t bins) { power(x, factor, bins); }
+void nativePower(double* x, double factor, ptrdiff_t bins) { power(x, factor, bins); }
+void nativeConjProduct(const float* a, const float* b, float factor, float* dst, ptrdiff_t bins) {
+  conjProduct(a, b, factor, dst, bins);
+}
+void nativeConjProduct(const double* a, const double* b, double factor, double* dst, ptrdiff_t bins) {
+  conjProduct(a, b, factor, dst, bins);
+}
+void nativeAddNeighbours(const float* a, const float* next, float* sum, ptrdiff_t bins) {
+  addNeighbours(a, next, sum, bins);
+}
+void nativeAddNeighbours(const double* a, const double* next, double* sum, ptrdiff_t bins) {
+  addNeighbours(a, next, sum, bins);
+}
+void nativeAddPower(const float* a, float* sum, ptrdiff_t bins) { addPower(a, sum, bins); }
+void nativeAddPower(const double* a, double* sum, ptrdiff_t bins) { addPower(a, sum, bins); }
+
 }  // namespace moxbench

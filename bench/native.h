@@ -60,4 +60,15 @@ void sleefExp(const double* src, double* dst, ptrdiff_t n);
 void sleefLn(const float* src, float* dst, ptrdiff_t n);
 void sleefLn(const double* src, double* dst, ptrdiff_t n);
 
+// Loops between transforms, on `bins` (re, im) pairs: x = |x|^2 factor; conj(a) b factor; sum += conj(a[k]) (a[k] +
+// (-1)^k next[k]); sum += |a|^2.
+void nativePower(float* x, float factor, ptrdiff_t bins);
+void nativePower(double* x, double factor, ptrdiff_t bins);
+void nativeConjProduct(const float* a, const float* b, float factor, float* dst, ptrdiff_t bins);
+void nativeConjProduct(const double* a, const double* b, double factor, double* dst, ptrdiff_t bins);
+void nativeAddNeighbours(const float* a, const float* next, float* sum, ptrdiff_t bins);
+void nativeAddNeighbours(const double* a, const double* next, double* sum, ptrdiff_t bins);
+void nativeAddPower(const float* a, float* sum, ptrdiff_t bins);
+void nativeAddPower(const double* a, double* sum, ptrdiff_t bins);
+
 }  // namespace moxbench
