@@ -1939,9 +1939,9 @@ MOX_API void MOX_CALL moxdzbLmsDes(LmsState* statePtr, const double* inSamps, co
 /** @name Floating-point sequences
  * Few lags, and short sequences, are sums in float64 that are rounded once. Where an operation count says that
  * transforms are cheaper, sequences go through them in blocks, in memory proportional to the number of lags. Their
- * results are off by less than 2^-20 (float32) or 2^-49 (float64) of the product of the sequences' 2-norms, before
- * normalisation. Where that memory is not to be had, a transform overflows or meets an infinity or NaN, the sums are
- * formed after all, so an infinity reaches the lags that it belongs to and no others. */
+ * results are off by less than 2^-20 (float32) or 2^-49 (float64, up to 2^19 values) of the product of the sequences'
+ * 2-norms, before normalisation. Where that memory is not to be had, a transform overflows or meets an infinity or NaN,
+ * the sums are formed after all, so an infinity reaches the lags that it belongs to and no others. */
 /** @{ */
 MOX_API void MOX_CALL moxsAutoCorr(const float* src, int32_t len, float* dst, int32_t nLags, int32_t normType);
 MOX_API void MOX_CALL moxdAutoCorr(const double* src, int32_t len, double* dst, int32_t nLags, int32_t normType);
