@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
   moxbench::registerIir();
   moxbench::registerLms();
   moxbench::registerCorrelation();
+  moxbench::registerSampling();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

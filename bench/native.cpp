@@ -115,6 +115,14 @@ void loopMpyComplexShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptr
   }
 }
 
+void loopUpSample(ptrdiff_t factor, ptrdiff_t phase, const float* src, ptrdiff_t n, float* dst) {
+  std::memset(dst, 0, static_cast<size_t>(n * factor) * sizeof(float));
+  for (ptrdiff_t i = 0; i < n; ++i) dst[phase + factor * i] = src[i];
+}
+void loopDownSample(ptrdiff_t factor, ptrdiff_t phase, const float* src, ptrdiff_t n, float* dst) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = src[phase + factor * i];
+}
+
 void spandspEncodeA(const int16_t* src, uint8_t* dst, ptrdiff_t n) {
   for (ptrdiff_t i = 0; i < n; ++i) dst[i] = linear_to_alaw(src[i]);
 }

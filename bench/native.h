@@ -27,6 +27,10 @@ void loopAddShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t 
 void loopMpyShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift);
 void loopMpyComplexShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift);
 
+// To and from every factor-th place, n elements at the lower rate
+void loopUpSample(ptrdiff_t factor, ptrdiff_t phase, const float* src, ptrdiff_t n, float* dst);
+void loopDownSample(ptrdiff_t factor, ptrdiff_t phase, const float* src, ptrdiff_t n, float* dst);
+
 // spandsp's inline functions on arrays
 void spandspEncodeA(const int16_t* src, uint8_t* dst, ptrdiff_t n);
 void spandspDecodeA(const uint8_t* src, int16_t* dst, ptrdiff_t n);

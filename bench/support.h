@@ -67,5 +67,6 @@ void registerInt16();
 void registerLaw();
 void registerLms();
 void registerLnExp();
+void registerSampling();
 
 }  // namespace moxbench

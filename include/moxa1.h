@@ -1987,6 +1987,38 @@ MOX_API void MOX_CALL moxvwCrossCorr(const MoxV* srcA, int32_t lenA, const int16
 /** @} */
 /** @} */
 
+/** @defgroup sampling Up- and down-sampling
+ * The rate changes by a whole factor, without a filter. Elements are moved as they are, complex ones as a whole. `dst`
+ * may begin where `src` does; otherwise the two do not overlap. Nothing is returned: the number of results is given
+ * below, and may exceed what an int32_t holds.
+ *
+ * Checks, the first that holds is reported, alone: `factor` < 1 "Invalid factor value"; `phase` < 0 "Invalid phase
+ * value"; `phase` >= `factor` "Invalid factor value"; `srcLen` < 1 "Invalid array length"; a null array "Null buffer
+ * pointer".
+ * @{ */
+/** @name Up
+ * dst[phase + factor i] = src[i], i = 0 ... srcLen-1, all other elements of the srcLen factor of dst are 0. */
+/** @{ */
+MOX_API void MOX_CALL moxsUpSample(int32_t factor, int32_t phase, const float* src, int32_t srcLen, float* dst);
+MOX_API void MOX_CALL moxdUpSample(int32_t factor, int32_t phase, const double* src, int32_t srcLen, double* dst);
+MOX_API void MOX_CALL moxcUpSample(int32_t factor, int32_t phase, const MoxC* src, int32_t srcLen, MoxC* dst);
+MOX_API void MOX_CALL moxzUpSample(int32_t factor, int32_t phase, const MoxZ* src, int32_t srcLen, MoxZ* dst);
+MOX_API void MOX_CALL moxwUpSample(int32_t factor, int32_t phase, const int16_t* src, int32_t srcLen, int16_t* dst);
+MOX_API void MOX_CALL moxvUpSample(int32_t factor, int32_t phase, const MoxV* src, int32_t srcLen, MoxV* dst);
+/** @} */
+/** @name Down
+ * dst[i] = src[phase + factor i] for all places below srcLen: (srcLen - phase) / factor of them, rounded up, or none.
+ */
+/** @{ */
+MOX_API void MOX_CALL moxsDownSample(int32_t factor, int32_t phase, const float* src, int32_t srcLen, float* dst);
+MOX_API void MOX_CALL moxdDownSample(int32_t factor, int32_t phase, const double* src, int32_t srcLen, double* dst);
+MOX_API void MOX_CALL moxcDownSample(int32_t factor, int32_t phase, const MoxC* src, int32_t srcLen, MoxC* dst);
+MOX_API void MOX_CALL moxzDownSample(int32_t factor, int32_t phase, const MoxZ* src, int32_t srcLen, MoxZ* dst);
+MOX_API void MOX_CALL moxwDownSample(int32_t factor, int32_t phase, const int16_t* src, int32_t srcLen, int16_t* dst);
+MOX_API void MOX_CALL moxvDownSample(int32_t factor, int32_t phase, const MoxV* src, int32_t srcLen, MoxV* dst);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

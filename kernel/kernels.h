@@ -378,6 +378,15 @@ struct Lms {
   Run realSamples;  // complex taps
 };
 
+// Changes of the sampling rate by a factor of 2 or more, of n >= 1 elements of 2, 4, 8 or 16 bytes (index 0 to 3), of any
+// alignment. dst begins where src does or shares nothing with it.
+//   up:   dst[phase + factor i] = src[i], i < n, all else up to dst[factor n - 1] is zero; phase < factor
+//   down: dst[i] = src[factor i], i < n
+struct Sampling {
+  void (*up[4])(const void* src, void* dst, size_t n, size_t factor, size_t phase);
+  void (*down[4])(const void* src, void* dst, size_t n, size_t factor);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -415,6 +424,7 @@ struct Kernels {
   BitReversal bitReversal;
   Dft<float> dft32;
   Dft<double> dft64;
+  Sampling sampling;
   Fft<float> fft32;
   Fft<double> fft64;
 };

@@ -23,6 +23,7 @@ namespace {
 #include "kernel/lms.inl"
 #include "kernel/permute.inl"
 #include "kernel/dft.inl"
+#include "kernel/sampling.inl"
 #include "kernel/fft.inl"
 #include "kernel/fir_fft.inl"
 // clang-format on
@@ -68,6 +69,7 @@ constinit const Kernels table = {
     .bitReversal = bitReversal(),
     .dft32 = dftKernels<float>(),
     .dft64 = dftKernels<double>(),
+    .sampling = samplingKernels(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };
