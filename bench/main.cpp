@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
   moxbench::registerLms();
   moxbench::registerCorrelation();
   moxbench::registerSampling();
+  moxbench::registerRandom();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

@@ -67,6 +67,7 @@ void registerInt16();
 void registerLaw();
 void registerLms();
 void registerLnExp();
+void registerRandom();
 void registerSampling();
 
 }  // namespace moxbench

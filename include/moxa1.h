@@ -2019,6 +2019,129 @@ MOX_API void MOX_CALL moxvDownSample(int32_t factor, int32_t phase, const MoxV* 
 /** @} */
 /** @} */
 
+/** @defgroup random Random numbers
+ * Pseudo-random numbers from a record of the caller's, which Init seeds. One generator is behind all of them. A draw,
+ * in 32-bit arithmetic that wraps:
+ *
+ *     d = hist1 - (hist2 + borrow);  borrow = hist1 <= hist2 + borrow ? 1 : 0 (signed);  d -= 18 borrow
+ *     hist2 = hist1;  hist1 = hist0;  hist0 = d
+ *     lcg = 69069 lcg + 1013904243
+ *     the draw is d + lcg, from -2^31 to 2^31 - 1
+ *
+ * Init sets lcg = 0x436CBAE9, hist0 = seedState = seed, hist1 and hist2 to the next two values of seedState = 214013
+ * seedState + 2531011 (its bits 16 to 30), borrow to 0 for uniform, to 1 for Gaussian numbers. `seed` is truncated
+ * toward zero; what an int32_t cannot hold, NaN too, counts as -2^31.
+ *
+ * Blocks are exactly the sequence of single calls, and leave the record as these do. Complex numbers take their real
+ * part first. Sequences are the same on every processor; Gaussian numbers may differ in the last place where there is
+ * no fused multiply-add. The records of `c`, `w` and `v` are those of `s`, that of `z` is that of `d`.
+ * docs/randomness.md holds what statistical tests say. Not for cryptography: few values tell the state.
+ *
+ * Checks of the int16 uniform forms (`moxw..Uni`, `moxv..Uni`): Init "statePtr==0"; single values
+ * "((void*)(0))==statePtr"; blocks "statePtr==0", "samps==0", "sampsLen<=0". Of all others: "Null pointer to state
+ * structure"; blocks also "Null pointer to data buffer", "Null length of buffer" (`sampsLen` < 1). A refused single
+ * call returns 0.
+ * @{ */
+/** The record of uniform numbers, float32 bounds. */
+typedef struct MoxsRandUniState {
+  float mid;   /**< low + (high - low) / 2 */
+  float scale; /**< (high - low) / 2^32 */
+  uint32_t lcg;
+  int32_t borrow; /**< 0 or 1 */
+  int32_t hist0;  /**< the newest */
+  int32_t hist1;
+  int32_t hist2;
+  int32_t seedState;
+} MoxsRandUniState;
+/** The record of uniform numbers, float64 bounds. */
+typedef struct MoxdRandUniState {
+  double mid;   /**< low + (high - low) / 2 */
+  double scale; /**< (high - low) / 2^32 */
+  uint32_t lcg;
+  int32_t borrow; /**< 0 or 1 */
+  int32_t hist0;  /**< the newest */
+  int32_t hist1;
+  int32_t hist2;
+  int32_t seedState;
+} MoxdRandUniState;
+/** The record of Gaussian numbers, float32. */
+typedef struct MoxsRandGausState {
+  float mean;
+  float stdDev;
+  float cached;      /**< the second value of the last pair */
+  int32_t hasCached; /**< 1: it comes next */
+  uint32_t lcg;
+  int32_t borrow; /**< 0 or 1 */
+  int32_t hist0;  /**< the newest */
+  int32_t hist1;
+  int32_t hist2;
+  int32_t seedState;
+} MoxsRandGausState;
+/** The record of Gaussian numbers, float64. */
+typedef struct MoxdRandGausState {
+  double mean;
+  double stdDev;
+  double cached;     /**< the second value of the last pair */
+  int32_t hasCached; /**< 1: it comes next */
+  uint32_t lcg;
+  int32_t borrow; /**< 0 or 1 */
+  int32_t hist0;  /**< the newest */
+  int32_t hist1;
+  int32_t hist2;
+  int32_t seedState;
+} MoxdRandGausState;
+/** @name Uniform numbers
+ * draw * scale + mid, evaluated in float64 and rounded once to the result's type: numbers from `low` to `high`, the
+ * latter excluded but for rounding (in float32, one in 2^26 values between 0 and 1 is 1). int16 numbers are rounded to
+ * nearest, ties to even, and limited to -32768 ... 32767. `low` may be above `high`. Init makes five draws and throws
+ * them away. */
+/** @{ */
+MOX_API void MOX_CALL moxsRandUniInit(float seed, float low, float high, MoxsRandUniState* statePtr);
+MOX_API void MOX_CALL moxdRandUniInit(double seed, double low, double high, MoxdRandUniState* statePtr);
+MOX_API void MOX_CALL moxcRandUniInit(float seed, float low, float high, MoxsRandUniState* statePtr);
+MOX_API void MOX_CALL moxzRandUniInit(double seed, double low, double high, MoxdRandUniState* statePtr);
+MOX_API void MOX_CALL moxwRandUniInit(float seed, float low, float high, MoxsRandUniState* statePtr);
+MOX_API void MOX_CALL moxvRandUniInit(float seed, float low, float high, MoxsRandUniState* statePtr);
+MOX_API float MOX_CALL moxsRandUni(MoxsRandUniState* statePtr);
+MOX_API double MOX_CALL moxdRandUni(MoxdRandUniState* statePtr);
+MOX_API MoxC MOX_CALL moxcRandUni(MoxsRandUniState* statePtr);
+MOX_API MoxZ MOX_CALL moxzRandUni(MoxdRandUniState* statePtr);
+MOX_API int16_t MOX_CALL moxwRandUni(MoxsRandUniState* statePtr);
+MOX_API MoxV MOX_CALL moxvRandUni(MoxsRandUniState* statePtr);
+MOX_API void MOX_CALL moxsbRandUni(MoxsRandUniState* statePtr, float* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxdbRandUni(MoxdRandUniState* statePtr, double* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxcbRandUni(MoxsRandUniState* statePtr, MoxC* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxzbRandUni(MoxdRandUniState* statePtr, MoxZ* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxwbRandUni(MoxsRandUniState* statePtr, int16_t* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxvbRandUni(MoxsRandUniState* statePtr, MoxV* samps, int32_t sampsLen);
+/** @} */
+/** @name Gaussian numbers
+ * Two draws make a = draw / 2^31 and b, over again until 0 < s = a^2 + b^2 < 1 (polar method, Marsaglia and Bray 1964);
+ * with f = sqrt(-2 ln(s) / s) the next two values are mean + stdDev a f and mean + stdDev b f. The second is kept in
+ * the record. Evaluated in float64, rounded once to the record's type; int16 numbers are that value rounded to nearest,
+ * ties to even, and limited. A negative `stdDev` mirrors the values. */
+/** @{ */
+MOX_API void MOX_CALL moxsRandGausInit(float seed, float mean, float stdDev, MoxsRandGausState* statePtr);
+MOX_API void MOX_CALL moxdRandGausInit(double seed, double mean, double stdDev, MoxdRandGausState* statePtr);
+MOX_API void MOX_CALL moxcRandGausInit(float seed, float mean, float stdDev, MoxsRandGausState* statePtr);
+MOX_API void MOX_CALL moxzRandGausInit(double seed, double mean, double stdDev, MoxdRandGausState* statePtr);
+MOX_API void MOX_CALL moxwRandGausInit(float seed, float mean, float stdDev, MoxsRandGausState* statePtr);
+MOX_API void MOX_CALL moxvRandGausInit(float seed, float mean, float stdDev, MoxsRandGausState* statePtr);
+MOX_API float MOX_CALL moxsRandGaus(MoxsRandGausState* statePtr);
+MOX_API double MOX_CALL moxdRandGaus(MoxdRandGausState* statePtr);
+MOX_API MoxC MOX_CALL moxcRandGaus(MoxsRandGausState* statePtr);
+MOX_API MoxZ MOX_CALL moxzRandGaus(MoxdRandGausState* statePtr);
+MOX_API int16_t MOX_CALL moxwRandGaus(MoxsRandGausState* statePtr);
+MOX_API MoxV MOX_CALL moxvRandGaus(MoxsRandGausState* statePtr);
+MOX_API void MOX_CALL moxsbRandGaus(MoxsRandGausState* statePtr, float* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxdbRandGaus(MoxdRandGausState* statePtr, double* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxcbRandGaus(MoxsRandGausState* statePtr, MoxC* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxzbRandGaus(MoxdRandGausState* statePtr, MoxZ* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxwbRandGaus(MoxsRandGausState* statePtr, int16_t* samps, int32_t sampsLen);
+MOX_API void MOX_CALL moxvbRandGaus(MoxsRandGausState* statePtr, MoxV* samps, int32_t sampsLen);
+/** @} */
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

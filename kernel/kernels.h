@@ -387,6 +387,25 @@ struct Sampling {
   void (*down[4])(const void* src, void* dst, size_t n, size_t factor);
 };
 
+// The generator behind all random numbers. A draw, modulo 2^32:
+//   d = hist[1] - (hist[2] + borrow)
+//   borrow = hist[1] <= hist[2] + borrow, as signed numbers;  d -= 18 borrow
+//   hist = (d, hist[0], hist[1]);  lcg = 69069 lcg + 1013904243
+// and the value is d + lcg, a signed number.
+struct DrawState {
+  uint32_t lcg;
+  uint32_t borrow;  // 0 or 1
+  uint32_t hist[3];
+};
+// Evaluated in float64, rounded to T.
+template <class T>
+struct Random {
+  void (*uniform)(DrawState& state, double mid, double scale, T* dst, size_t n);  // draw * scale + mid
+  // Two draws a, b in units of 2^31 with 0 < s = a^2 + b^2 < 1, others are thrown away, give mean + stdDev a f and mean +
+  // stdDev b f, f = sqrt(-2 ln(s) / s). No draw is made but for a pair that is still missing.
+  void (*gaussianPairs)(DrawState& state, double mean, double stdDev, T* dst, size_t pairs);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -425,6 +444,8 @@ struct Kernels {
   Dft<float> dft32;
   Dft<double> dft64;
   Sampling sampling;
+  Random<float> random32;
+  Random<double> random64;
   Fft<float> fft32;
   Fft<double> fft64;
 };

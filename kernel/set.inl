@@ -24,6 +24,7 @@ namespace {
 #include "kernel/permute.inl"
 #include "kernel/dft.inl"
 #include "kernel/sampling.inl"
+#include "kernel/random.inl"
 #include "kernel/fft.inl"
 #include "kernel/fir_fft.inl"
 // clang-format on
@@ -70,6 +71,8 @@ constinit const Kernels table = {
     .dft32 = dftKernels<float>(),
     .dft64 = dftKernels<double>(),
     .sampling = samplingKernels(),
+    .random32 = randomKernels<float>(),
+    .random64 = randomKernels<double>(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
 };

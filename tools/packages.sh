@@ -12,8 +12,8 @@ declare -A groups=(
   [build]="cmake ninja-build g++"
   [test]="clang-14 libclang-rt-14-dev lld-14 llvm-14 g++-mingw-w64-i686-posix googletest libgtest-dev libfftw3-dev libspandsp-dev"
   [example]="pkg-config gnuplot-nox libsndfile1-dev libcairo2-dev libpng-dev alsa-utils"
-  [bench]="pkg-config libbenchmark-dev libfftw3-dev libvolk2-dev libeigen3-dev libsleef-dev libspandsp-dev libliquid-dev libopenblas-serial-dev"
-  [tool]="libmpfr-dev"
+  [bench]="pkg-config libbenchmark-dev libfftw3-dev libvolk2-dev libeigen3-dev libsleef-dev libspandsp-dev libliquid-dev libopenblas-serial-dev libgsl-dev"
+  [tool]="libmpfr-dev dieharder"
 )
 
 [ $# -gt 0 ] || fail "name some of the groups: ${!groups[*]}"
