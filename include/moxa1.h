@@ -2142,6 +2142,74 @@ MOX_API void MOX_CALL moxvbRandGaus(MoxsRandGausState* statePtr, MoxV* samps, in
 /** @} */
 /** @} */
 
+/** @defgroup windows Windows
+ * A vector times a symmetric window, in place. w[i] for i < n/2, in float64, multiplies elements i and n - 1 - i, both
+ * parts of complex ones; with c = cos(2 pi i / (n - 1)):
+ *
+ * | window | w[i] |
+ * |---|---|
+ * | Bartlett | 2 i / (n - 1) |
+ * | Hann | 0.5 (1 - c) |
+ * | Hamming | 0.54 - 0.46 c |
+ * | Blackman | (alpha + 1)/2 - c/2 - (alpha/2) cos(4 pi i / (n - 1)) |
+ * | BlackmanStd | Blackman, alpha = -0.16 in float32: 0.42 - 0.5 c + 0.08 cos(4 pi i / (n - 1)) |
+ * | BlackmanOpt | Blackman, alpha = -(sin(pi / (n - 1)) / sin(2 pi / (n - 1)))^2, rounded to float32 |
+ * | Kaiser | I0(alpha sqrt(i (n - 1 - i))) / I0(alpha (n - 1)/2) |
+ *
+ * The middle element of an odd n is multiplied twice by its weight, which is 1 but for rounding (exactly 1 in Hann,
+ * Hamming, BlackmanStd and Kaiser windows). Cosines are within 2^-51 of the exact ones for every n; the middle one is
+ * -1. I0 stands for the polynomials of Abramowitz and Stegun, Handbook of Mathematical Functions, 9.8.1 and
+ * 9.8.2, which are within 2e-7 of it. float32 products are rounded once. int16 products are truncated toward zero,
+ * without a scale; only Blackman weights can be outside of 0 ... 1, the result is then the low 16 bits (0 beyond 32
+ * bits). Of Kaiser windows the last places may differ on processors without fused multiply-add.
+ *
+ * The first condition that holds is reported, alone: null `vec` "Null pointer to buffer"; `n` < 3 "Bad number of
+ * items"; Kaiser: 0.5 (n - 1) alpha > 308 "Huge window parameter". BlackmanStd and BlackmanOpt report as Blackman.
+ * @{ */
+MOX_API void MOX_CALL moxsWinBartlett(float* vec, int32_t n);
+MOX_API void MOX_CALL moxcWinBartlett(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxdWinBartlett(double* vec, int32_t n);
+MOX_API void MOX_CALL moxzWinBartlett(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxwWinBartlett(int16_t* vec, int32_t n);
+MOX_API void MOX_CALL moxvWinBartlett(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxsWinHann(float* vec, int32_t n);
+MOX_API void MOX_CALL moxcWinHann(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxdWinHann(double* vec, int32_t n);
+MOX_API void MOX_CALL moxzWinHann(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxwWinHann(int16_t* vec, int32_t n);
+MOX_API void MOX_CALL moxvWinHann(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxsWinHamming(float* vec, int32_t n);
+MOX_API void MOX_CALL moxcWinHamming(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxdWinHamming(double* vec, int32_t n);
+MOX_API void MOX_CALL moxzWinHamming(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxwWinHamming(int16_t* vec, int32_t n);
+MOX_API void MOX_CALL moxvWinHamming(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxsWinBlackman(float* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxcWinBlackman(MoxC* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxdWinBlackman(double* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxzWinBlackman(MoxZ* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxwWinBlackman(int16_t* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxvWinBlackman(MoxV* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxsWinBlackmanStd(float* vec, int32_t n);
+MOX_API void MOX_CALL moxcWinBlackmanStd(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxdWinBlackmanStd(double* vec, int32_t n);
+MOX_API void MOX_CALL moxzWinBlackmanStd(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxwWinBlackmanStd(int16_t* vec, int32_t n);
+MOX_API void MOX_CALL moxvWinBlackmanStd(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxsWinBlackmanOpt(float* vec, int32_t n);
+MOX_API void MOX_CALL moxcWinBlackmanOpt(MoxC* vec, int32_t n);
+MOX_API void MOX_CALL moxdWinBlackmanOpt(double* vec, int32_t n);
+MOX_API void MOX_CALL moxzWinBlackmanOpt(MoxZ* vec, int32_t n);
+MOX_API void MOX_CALL moxwWinBlackmanOpt(int16_t* vec, int32_t n);
+MOX_API void MOX_CALL moxvWinBlackmanOpt(MoxV* vec, int32_t n);
+MOX_API void MOX_CALL moxsWinKaiser(float* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxcWinKaiser(MoxC* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxdWinKaiser(double* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxzWinKaiser(MoxZ* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxwWinKaiser(int16_t* vec, int32_t n, float alpha);
+MOX_API void MOX_CALL moxvWinKaiser(MoxV* vec, int32_t n, float alpha);
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

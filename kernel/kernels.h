@@ -406,6 +406,22 @@ struct Random {
   void (*gaussianPairs)(DrawState& state, double mean, double stdDev, T* dst, size_t pairs);
 };
 
+// A symmetric window over n elements: weights w(i) for i < n/2 and for their mirror images n - 1 - i, in float64.
+//   linear  i a[0]
+//   cosine  a[0] - c (a[1] + a[2] c), c = cos(2 pi i / (n - 1)) within 2^-51
+//   kaiser  I0(a[0] sqrt(i (n - 1 - i))) / I0(a[0] (n - 1) / 2), whose argument is at most 308
+struct WindowShape {
+  enum Kind { linear, cosine, kaiser } kind;
+  double a[3];
+};
+// x[i] *= w(i), rounded to T, integers toward zero; n >= 3 elements, complex ones have two values. The middle one of an
+// odd n is multiplied twice by its weight, for which c is -1.
+template <class T>
+struct Window {
+  void (*real)(const WindowShape& shape, T* x, int32_t n);
+  void (*complex)(const WindowShape& shape, T* x, int32_t n);
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -440,6 +456,9 @@ struct Kernels {
   Polar16 polar16;
   Lms<float> lms32;
   Lms<double> lms64;
+  Window<float> window32;
+  Window<double> window64;
+  Window<int16_t> window16;
   BitReversal bitReversal;
   Dft<float> dft32;
   Dft<double> dft64;

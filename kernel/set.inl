@@ -21,6 +21,8 @@ namespace {
 #include "kernel/goertzel.inl"
 #include "kernel/convert.inl"
 #include "kernel/lms.inl"
+#include "kernel/turns.inl"
+#include "kernel/window.inl"
 #include "kernel/permute.inl"
 #include "kernel/dft.inl"
 #include "kernel/sampling.inl"
@@ -67,6 +69,9 @@ constinit const Kernels table = {
     .polar16 = polar16Kernels(),
     .lms32 = lmsKernels<float>(),
     .lms64 = lmsKernels<double>(),
+    .window32 = windowKernels<float>(),
+    .window64 = windowKernels<double>(),
+    .window16 = windowKernels<int16_t>(),
     .bitReversal = bitReversal(),
     .dft32 = dftKernels<float>(),
     .dft64 = dftKernels<double>(),
