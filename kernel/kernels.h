@@ -422,6 +422,21 @@ struct Window {
   void (*complex)(const WindowShape& shape, T* x, int32_t n);
 };
 
+// Periodic signals, n values or (re, im) pairs at a time, in float64 and then rounded: integers to nearest, saturating.
+struct TriangleShape {
+  double mag, downStep, upStep, downRatio, upRatio;
+};
+template <class T>
+struct Generator {
+  // y[k] = twoCos y[k-1] - y[k-2], history: y[-1], y[-2], both then the last two outputs. Long runs evaluate the same
+  // sinusoid of `frequency`, 0 <= frequency < 1/2, directly; complex ones from y[-1] alone.
+  using Tone = void (*)(double frequency, double twoCos, double* history, T* out, size_t n);
+  Tone tone, toneComplex;
+  // Outputs the value, then adds the step and turns at the peaks.
+  using Triangle = void (*)(const TriangleShape& shape, double* values, double* steps, T* out, size_t n);
+  Triangle triangle, triangleComplex;
+};
+
 struct Kernels {
   const char* name;
   void (*copyWords)(const uint32_t* src, uint32_t* dst, size_t n);  // of any type; no overlap
@@ -459,6 +474,9 @@ struct Kernels {
   Window<float> window32;
   Window<double> window64;
   Window<int16_t> window16;
+  Generator<float> generator32;
+  Generator<double> generator64;
+  Generator<int16_t> generator16;
   BitReversal bitReversal;
   Dft<float> dft32;
   Dft<double> dft64;

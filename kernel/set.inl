@@ -23,6 +23,7 @@ namespace {
 #include "kernel/lms.inl"
 #include "kernel/turns.inl"
 #include "kernel/window.inl"
+#include "kernel/tone.inl"
 #include "kernel/permute.inl"
 #include "kernel/dft.inl"
 #include "kernel/sampling.inl"
@@ -72,6 +73,9 @@ constinit const Kernels table = {
     .window32 = windowKernels<float>(),
     .window64 = windowKernels<double>(),
     .window16 = windowKernels<int16_t>(),
+    .generator32 = generatorKernels<float>(),
+    .generator64 = generatorKernels<double>(),
+    .generator16 = generatorKernels<int16_t>(),
     .bitReversal = bitReversal(),
     .dft32 = dftKernels<float>(),
     .dft64 = dftKernels<double>(),
