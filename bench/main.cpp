@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   moxbench::registerCorrelation();
   moxbench::registerSampling();
   moxbench::registerRandom();
+  moxbench::registerGenerators();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

@@ -75,4 +75,10 @@ void nativeAddNeighbours(const double* a, const double* next, double* sum, ptrdi
 void nativeAddPower(const float* a, float* sum, ptrdiff_t bins);
 void nativeAddPower(const double* a, double* sum, ptrdiff_t bins);
 
+// vec[i] *= 0.5 - 0.5 cos(step i), dst[i] = cos(step i + phase): a cosine for every element
+void sleefHann(float* vec, float step, ptrdiff_t n);
+void sleefHann(double* vec, double step, ptrdiff_t n);
+void sleefTone(float* dst, float step, float phase, ptrdiff_t n);
+void sleefTone(double* dst, double step, double phase, ptrdiff_t n);
+
 }  // namespace moxbench

@@ -63,6 +63,7 @@ void registerElementwise();
 void registerFft();
 void registerFir();
 void registerIir();
+void registerGenerators();
 void registerInt16();
 void registerLaw();
 void registerLms();
