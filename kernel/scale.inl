@@ -25,6 +25,25 @@ MOX_INLINE void storeLowHalves(int16_t* dst, Int32s v0, Int32s v1) {
 }
 #endif
 
+// Two vectors of int32, limited.
+#if MOX_VEC_BYTES == 16
+MOX_INLINE void storeSaturated(int16_t* dst, Int32s v0, Int32s v1) {
+  store(dst, reinterpret_cast<Vec<int16_t, 8>>(
+                 _mm_packs_epi32(reinterpret_cast<__m128i>(v0), reinterpret_cast<__m128i>(v1))));
+}
+#elif MOX_VEC_BYTES == 32
+MOX_INLINE void storeSaturated(int16_t* dst, Int32s v0, Int32s v1) {
+  const __m256i packed = _mm256_packs_epi32(reinterpret_cast<__m256i>(v0), reinterpret_cast<__m256i>(v1));
+  store(dst, reinterpret_cast<Vec<int16_t, 16>>(_mm256_permute4x64_epi64(packed, 0xd8)));
+}
+#else
+MOX_INLINE void storeSaturated(int16_t* dst, Int32s v0, Int32s v1) {
+  store(dst, reinterpret_cast<Vec<int16_t, 16>>(_mm512_maskz_cvtsepi32_epi16(0xffff, reinterpret_cast<__m512i>(v0))));
+  store(dst + 16,
+        reinterpret_cast<Vec<int16_t, 16>>(_mm512_maskz_cvtsepi32_epi16(0xffff, reinterpret_cast<__m512i>(v1))));
+}
+#endif
+
 // Toward zero whatever the thread's rounding mode; out of range and NaN give INT32_MIN.
 #if MOX_VEC_BYTES == 16
 MOX_INLINE Int32s truncated(Floats v) { return reinterpret_cast<Int32s>(_mm_cvttps_epi32(v)); }
@@ -43,30 +62,47 @@ MOX_INLINE Floats integralPart(Floats v) {
 #elif MOX_VEC_BYTES == 32
 MOX_INLINE Floats integralPart(Floats v) { return _mm256_round_ps(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
 #else
-MOX_INLINE Floats integralPart(Floats v) { return _mm512_roundscale_ps(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
+MOX_INLINE Floats integralPart(Floats v) {
+  return _mm512_maskz_roundscale_ps(0xffff, v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
+}
 #endif
 
 // The exponent field less `factor`; zeros stay. Nothing guards the field's ends.
 MOX_INLINE Floats exponentLowered(Floats v, int32_t factor) {
-  const Uint32s bits = reinterpret_cast<Uint32s>(v);
-  const Uint32s lowered = bits - (static_cast<uint32_t>(factor) << 23);
-  return reinterpret_cast<Floats>((bits << 1) == 0 ? bits : lowered);
+  const Uint32s bits = reinterpret_cast<Uint32s>(v), step = Uint32s{} + (static_cast<uint32_t>(factor) << 23);
+  return reinterpret_cast<Floats>(bits - ((bits << 1) != 0 ? step : Uint32s{}));
 }
 
-// The value modulo 2^16 in the low bits: of any finite float, whose multiples of 2^16 are taken off exactly.
+// The low 16 bits of the integral part.
 struct WrapFloats {
-  MOX_INLINE static Int32s of(Floats v, int32_t factor) {
-    const Floats x = exponentLowered(v, factor);
-    return truncated(x - integralPart(x * 0x1p-16f) * 0x1p16f);
+  MOX_INLINE static void put(int16_t* dst, Floats v0, Floats v1, int32_t factor) {
+    const Floats x0 = exponentLowered(v0, factor), x1 = exponentLowered(v1, factor);
+    const Int32s size0 = reinterpret_cast<Int32s>(x0) & 0x7fffffff, size1 = reinterpret_cast<Int32s>(x1) & 0x7fffffff;
+    const Int32s beyond = (size0 >= 0x4f000000) | (size1 >= 0x4f000000);  // 2^31 and up
+    if (!anyBit(reinterpret_cast<Words>(beyond))) [[likely]]
+      return storeLowHalves(dst, truncated(x0), truncated(x1));
+    storeLowHalves(dst, truncated(remainder(x0)), truncated(remainder(x1)));
   }
+  // The value modulo 2^16, of any finite float: multiples of 2^16 are taken off exactly.
+  MOX_INLINE static Floats remainder(Floats x) { return x - integralPart(x * 0x1p-16f) * 0x1p16f; }
 };
 
-// Limited by comparing bit patterns, which take a NaN for a large number of its sign.
+// Limited as by comparing bit patterns, which take a NaN for a large number of its sign: the first limit is on the
+// patterns, the second takes its second operand where there is a NaN.
+#if MOX_VEC_BYTES == 16
+MOX_INLINE Floats atLeast(Floats a, Floats b) { return _mm_max_ps(a, b); }
+#elif MOX_VEC_BYTES == 32
+MOX_INLINE Floats atLeast(Floats a, Floats b) { return _mm256_max_ps(a, b); }
+#else
+MOX_INLINE Floats atLeast(Floats a, Floats b) { return _mm512_maskz_max_ps(0xffff, a, b); }
+#endif
 struct SaturateFloats {
   MOX_INLINE static Int32s of(Floats v, int32_t factor) {
-    const Int32s bits = reinterpret_cast<Int32s>(exponentLowered(v, factor));
-    const Int32s limit = bits < 0 ? Int32s{} + static_cast<int32_t>(0xC7000000) : Int32s{} + 0x46FFFE00;
-    return truncated(reinterpret_cast<Floats>(bits > limit ? limit : bits));
+    const Int32s bits = reinterpret_cast<Int32s>(exponentLowered(v, factor)), limit = Int32s{} + 0x47800000;  // 2^16
+    return truncated(atLeast(reinterpret_cast<Floats>(bits > limit ? limit : bits), Floats{} - 0x1p16f));
+  }
+  MOX_INLINE static void put(int16_t* dst, Floats v0, Floats v1, int32_t factor) {
+    storeSaturated(dst, of(v0, factor), of(v1, factor));
   }
 };
 
@@ -75,13 +111,13 @@ MOX_INLINE Int32s shifted(Int32s v, int32_t factor) {
   return factor >= 0 ? v >> factor : reinterpret_cast<Int32s>(reinterpret_cast<Uint32s>(v) << -factor);
 }
 struct WrapInts {
-  MOX_INLINE static Int32s of(Int32s v, int32_t factor) { return shifted(v, factor); }
+  MOX_INLINE static void put(int16_t* dst, Int32s v0, Int32s v1, int32_t factor) {
+    storeLowHalves(dst, shifted(v0, factor), shifted(v1, factor));
+  }
 };
 struct SaturateInts {
-  MOX_INLINE static Int32s of(Int32s v, int32_t factor) {
-    const Int32s s = shifted(v, factor), low = Int32s{} - 32768, high = Int32s{} + 32767;
-    const Int32s above = s < low ? low : s;
-    return above > high ? high : above;
+  MOX_INLINE static void put(int16_t* dst, Int32s v0, Int32s v1, int32_t factor) {
+    storeSaturated(dst, shifted(v0, factor), shifted(v1, factor));
   }
 };
 
@@ -89,7 +125,7 @@ struct SaturateInts {
 template <class Op, class T>
 MOX_INLINE void twoToInt16(const T* src, int16_t* dst, int32_t factor) {
   using V = Vec<T, kWords>;
-  storeLowHalves(dst, Op::of(load<V>(src), factor), Op::of(load<V>(src + kWords), factor));
+  Op::put(dst, load<V>(src), load<V>(src + kWords), factor);
 }
 
 // Fewer than two vectors go through a copy of their own.
