@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   moxbench::registerLnExp();
   moxbench::registerLaw();
   moxbench::registerFft();
+  moxbench::registerDft();
   moxbench::registerFir();
   moxbench::registerIir();
   moxbench::registerLms();

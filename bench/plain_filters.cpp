@@ -1,8 +1,43 @@
 #include "bench/plain_filters.h"
 
+#include <cmath>
 #include <cstring>
 
 namespace moxbench {
+namespace {
+
+template <class T>
+void goertzel(T freq, const T* in, size_t n, T* y) {
+  const double w = 6.283185307179586 * static_cast<double>(freq), cosW = std::cos(w), sinW = std::sin(w);
+  const T c = static_cast<T>(2 * cosW);
+  T d1 = 0, d2 = 0;
+  for (size_t i = 0; i < n; ++i) {
+    const double s =
+        static_cast<double>(in[i]) + static_cast<double>(c) * static_cast<double>(d1) - static_cast<double>(d2);
+    d2 = d1;
+    d1 = static_cast<T>(s);
+  }
+  y[0] = static_cast<T>(cosW * static_cast<double>(d1) - static_cast<double>(d2));
+  y[1] = static_cast<T>(sinW * static_cast<double>(d1));
+}
+
+template <class T>
+void dft(const T* in, const T* w, T* out, size_t n) {
+  for (size_t k = 0; k < n; ++k) {
+    double re = 0, im = 0;
+    for (size_t i = 0, m = 0; i < n; ++i) {
+      const double xr = in[2 * i], xi = in[2 * i + 1], wr = w[2 * m], wi = w[2 * m + 1];
+      re += xr * wr - xi * wi;
+      im += xr * wi + xi * wr;
+      m += k;
+      if (m >= n) m -= n;
+    }
+    out[2 * k] = static_cast<T>(re);
+    out[2 * k + 1] = static_cast<T>(im);
+  }
+}
+
+}  // namespace
 
 void plainBiquads(const float* taps, size_t sections, double* delay, const float* in, float* out, size_t n) {
   for (size_t i = 0; i < n; ++i) {
@@ -32,5 +67,10 @@ void plainLms(float* taps, float* line, size_t length, float step, double* error
     *error = desired[t] - y;
   }
 }
+
+void plainGoertzel(float freq, const float* in, size_t n, float* y) { goertzel(freq, in, n, y); }
+void plainGoertzel(double freq, const double* in, size_t n, double* y) { goertzel(freq, in, n, y); }
+void plainDft(const float* in, const float* w, float* out, size_t n) { dft(in, w, out, n); }
+void plainDft(const double* in, const double* w, double* out, size_t n) { dft(in, w, out, n); }
 
 }  // namespace moxbench

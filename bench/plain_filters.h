@@ -1,4 +1,4 @@
-// Loops that a user would write: sums in float64, one sample after the other.
+// Loops that a user would write: sums in float64, one sample (one output) after the other.
 #pragma once
 #include <cstddef>
 
@@ -10,5 +10,13 @@ void plainBiquads(const float* taps, size_t sections, double* delay, const float
 // One desired value a sample; the delay line newest sample first.
 void plainLms(float* taps, float* line, size_t length, float step, double* error, const float* in, const float* desired,
               float* out, size_t n);
+
+// y of one bin after n real samples: steps in float64, the state in the samples' type.
+void plainGoertzel(float freq, const float* in, size_t n, float* y);
+void plainGoertzel(double freq, const double* in, size_t n, double* y);
+
+// (re, im) pairs; w are the n roots of unity.
+void plainDft(const float* in, const float* w, float* out, size_t n);
+void plainDft(const double* in, const double* w, double* out, size_t n);
 
 }  // namespace moxbench

@@ -58,6 +58,7 @@ void add(const std::string& name, const mox::kernel::Kernels* kernels, Fill fill
 void registerArithmetic();
 void registerConvert();
 void registerCorrelation();
+void registerDft();
 void registerDotProd();
 void registerElementwise();
 void registerFft();
