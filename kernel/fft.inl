@@ -89,9 +89,33 @@ void build(int order, const Roots& roots, T* table) {
 template <class T>
 constexpr int kRealOrders = kLargestOrder<T> == 31 ? 31 : kLargestOrder<T> + 1;
 
+// ---- products of spectra
+
+template <class T>
+struct SpectraMap {
+  static constexpr int kPeriod = 2;
+  const T *a, *b;
+  template <class V>
+  MOX_INLINE V at(size_t i) const {
+    return timesRoot<1>(load<V>(a + i), load<V>(b + i));
+  }
+};
+
+template <class T>
+void multiplySpectra(const T* a, T* dst, size_t n) {
+  const SpectraMap<T> map = {a, dst};
+  constexpr int L = kLanes<T>;
+  if (2 * n >= L) return mapWith<T, L>(dst, 2 * n, map);
+  if constexpr (L > 8) {
+    if (2 * n >= 8) return mapWith<T, 8>(dst, 2 * n, map);
+  }
+  if constexpr (L > 4) mapWith<T, 4>(dst, 2 * n, map);
+}
+
 template <class T>
 constexpr Fft<T> fftKernels() {
   Fft<T> fft = kComplexFft<T>;
+  fft.multiply = multiplySpectra<T>;
   fft.tableBytes = tableBytes<T>;
   fft.build = build<T>;
   setTwos(fft, std::make_integer_sequence<int, kLargestOrder<T>>{});

@@ -91,6 +91,10 @@ struct Fft {
   //   joinTwo:  the reverse, those four imaginary parts ignored; re may be x and im may be y, no other overlap.
   void (*splitTwo[32])(T* x, T* y, T* table);
   void (*joinTwo[32])(const T* x, const T* y, T* re, T* im, T* table);
+
+  // dst *= a: n > 1 complex values. Rounded like the transforms, product by product, where Arith::mpyComplex evaluates
+  // float32 in float64: in a spectrum that precision would be lost again on the way back.
+  void (*multiply)(const T* a, T* dst, size_t n);
 };
 
 // X[k] = scale * sum of x[i] w[k i mod n], i ascending, or of x[i] conj(w[k i mod n]), n >= 1 complex values; products
