@@ -1987,6 +1987,54 @@ MOX_API void MOX_CALL moxvwCrossCorr(const MoxV* srcA, int32_t lenA, const int16
 /** @} */
 /** @} */
 
+/** @defgroup convolution Convolution
+ *
+ *     y[n] = sum over k of x[k] h[n-k]     0 <= n < xLen + hLen - 1, over all k with 0 <= k < xLen, 0 <= n-k < hLen
+ *
+ * of two sequences, in all xLen + hLen - 1 places, which y has room for. The operands commute. y overlaps neither.
+ *
+ * Each call chooses by the two lengths, from constant tables of what transforms cost, between direct summation, one
+ * transform of everything (its length the power of two that holds all results), and transforms of blocks of the longer
+ * operand, whose results overlap (overlap-add). With m the shorter length: m below 21 for real operands (13 for complex
+ * ones, 18 for complex data and real taps, 16 for real data and complex taps, in mixed convolutions m being the number
+ * of taps) is summed directly; from 102 (47, 88, 88) on transforms are always considered, in between if the longer
+ * length is large enough: from 37905 for m = 21 down to 102 for m = 101.
+ *
+ * Direct sums run in float64 and are rounded once, in an order that depends on the lengths alone. Transforms run in the
+ * operands' own precision and spread their rounding over all results of a block: small results beside large ones keep
+ * fewer digits, and an infinity or NaN reaches every result of its block. In white signals the L2 norm of the errors is
+ * below 1.5 u sqrt(order) of that of the results, u = 2^-24 or 2^-53, 2^order being the length of the transforms; their
+ * constant in float32 up to order 10 (11 of real signals, see "Fourier transforms") adds up to 7e-7. Transforms take
+ * tables of the calling thread, built on first use (see "Bit reversal and twiddle tables"), and work buffers of two
+ * lengths of the transform, freed before the call returns.
+ *
+ * These functions clear the thread's status on entry. Checks: "x==0", "xLen<=0", "h==0", "hLen<=0", "y==0". Where there
+ * is no memory for the buffers, the method reports MOX_StsNoMem with "NULL Pointer" under its own name, that of the
+ * function followed by 1 (one transform) or 2 (blocks); where a transform fails, it reports MOX_StsBackTrace. A trace
+ * without text (MOX_StsBackTrace) under the function's name follows.
+ * @{ */
+/** @{ */
+MOX_API void MOX_CALL moxsConv(const float* x, int32_t xLen, const float* h, int32_t hLen, float* y);
+MOX_API void MOX_CALL moxdConv(const double* x, int32_t xLen, const double* h, int32_t hLen, double* y);
+MOX_API void MOX_CALL moxcConv(const MoxC* x, int32_t xLen, const MoxC* h, int32_t hLen, MoxC* y);
+MOX_API void MOX_CALL moxzConv(const MoxZ* x, int32_t xLen, const MoxZ* h, int32_t hLen, MoxZ* y);
+/** @} */
+/** @name Of one real and one complex operand
+ * With xLen < hLen this is the call of the other function with the operands exchanged, which reports under its own name;
+ * a trace under the name of the called one follows.
+ * @{ */
+MOX_API void MOX_CALL moxcsConv(const MoxC* x, int32_t xLen, const float* h, int32_t hLen, MoxC* y);
+MOX_API void MOX_CALL moxscConv(const float* x, int32_t xLen, const MoxC* h, int32_t hLen, MoxC* y);
+MOX_API void MOX_CALL moxzdConv(const MoxZ* x, int32_t xLen, const double* h, int32_t hLen, MoxZ* y);
+MOX_API void MOX_CALL moxdzConv(const double* x, int32_t xLen, const MoxZ* h, int32_t hLen, MoxZ* y);
+/** @} */
+/** moxsConv of the samples as float32, then the scale mode, over all results at once. At most 2^31 - 1 results. More
+ * reports, after the checks above: "NULL pointer to float copy x", "... h", "... y" (MOX_StsNoMem), a trace where
+ * moxsConv failed, and those of the scale mode, under moxsbUndScaling; then nothing is written. */
+MOX_API void MOX_CALL moxwConv(const int16_t* x, int32_t xLen, const int16_t* h, int32_t hLen, int16_t* y,
+                               int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+
 /** @defgroup sampling Up- and down-sampling
  * The rate changes by a whole factor, without a filter. Elements are moved as they are, complex ones as a whole. `dst`
  * may begin where `src` does; otherwise the two do not overlap. Nothing is returned: the number of results is given
