@@ -26,14 +26,14 @@ std::vector<float> lowPass(int taps, double cutoff, double gain) {
   return result;
 }
 
-std::vector<float> toTelephoneRate(const std::vector<float>& signal, int rate) {
-  const int common = std::gcd(rate, kTelephoneRate);
-  const int up = kTelephoneRate / common, down = rate / common;
+std::vector<float> toRate(const std::vector<float>& signal, int rate, int newRate) {
+  const int common = std::gcd(rate, newRate);
+  const int up = newRate / common, down = rate / common;
   if (up == down) return signal;
 
-  // At the rate that both have in common with their factors, the narrower of the two bands; the transition takes
-  // 0.4 kHz on both sides of it.
-  const double narrower = std::min(rate, kTelephoneRate), fine = static_cast<double>(rate) * up;
+  // At the rate that both have in common with their factors, the narrower of the two bands; the transition takes a
+  // twentieth of its rate (0.4 kHz for the telephone) on both sides of it.
+  const double narrower = std::min(rate, newRate), fine = static_cast<double>(rate) * up;
   const int half = static_cast<int>(std::lround(5.5 / 2 * fine / (0.1 * narrower)));
   const std::vector<float> taps = lowPass(2 * half + 1, 0.45 * narrower / fine, up);
 

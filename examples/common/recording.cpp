@@ -105,13 +105,12 @@ int64_t Recording::countFrames() {
   return total;
 }
 
-void Recording::read(float* mono, size_t n) {
+void Recording::readFrames(float* interleaved, size_t n) {
   const auto channels = static_cast<size_t>(info_.channels);
   const auto wanted = static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(n), frames() - position_));
-  interleaved_.resize(wanted * channels);
   for (size_t got = 0; got < wanted;) {
     const sf_count_t more =
-        sf_readf_float(file_.get(), interleaved_.data() + got * channels, static_cast<sf_count_t>(wanted - got));
+        sf_readf_float(file_.get(), interleaved + got * channels, static_cast<sf_count_t>(wanted - got));
     if (more <= 0) {
       throw Failure(name_ + ": the recording is cut off after " + std::to_string(position_) + " of " +
                     std::to_string(frames()) + " frames");
@@ -119,11 +118,19 @@ void Recording::read(float* mono, size_t n) {
     got += static_cast<size_t>(more);
     position_ += more;
   }
-  for (size_t i = 0; i < wanted; ++i) {
+  std::fill(interleaved + wanted * channels, interleaved + n * channels, 0.0f);
+  if (!std::all_of(interleaved, interleaved + wanted * channels, [](float x) { return std::isfinite(x); })) {
+    throw Failure(name_ + ": holds samples that are not finite numbers");
+  }
+}
+
+void Recording::read(float* mono, size_t n) {
+  const auto channels = static_cast<size_t>(info_.channels);
+  interleaved_.resize(n * channels);
+  readFrames(interleaved_.data(), n);
+  for (size_t i = 0; i < n; ++i) {
     double sum = 0;
     for (size_t c = 0; c < channels; ++c) sum += interleaved_[i * channels + c];
     mono[i] = static_cast<float>(sum / static_cast<double>(channels));
-    if (!std::isfinite(mono[i])) throw Failure(name_ + ": holds samples that are not finite numbers");
   }
-  std::fill(mono + wanted, mono + n, 0.0f);
 }

@@ -30,6 +30,8 @@ class Recording {
   // The next n samples, each the mean of its channels; zeros after the last one. Throws Failure where the file ends
   // before the number of frames that its header promises, or holds samples that are not finite.
   void read(float* mono, size_t n);
+  // The same frames as they are, n times channels() samples.
+  void readFrames(float* interleaved, size_t n);
 
  private:
   void open(const std::string& path);
