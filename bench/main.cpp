@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   moxbench::registerFft();
   moxbench::registerDft();
   moxbench::registerFir();
+  moxbench::registerConvolution();
   moxbench::registerIir();
   moxbench::registerLms();
   moxbench::registerCorrelation();

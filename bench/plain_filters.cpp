@@ -73,4 +73,18 @@ void plainGoertzel(double freq, const double* in, size_t n, double* y) { goertze
 void plainDft(const float* in, const float* w, float* out, size_t n) { dft(in, w, out, n); }
 void plainDft(const double* in, const double* w, double* out, size_t n) { dft(in, w, out, n); }
 
+namespace {
+template <class R>
+void multiply(const R* h, R scale, R* x, size_t n) {
+  for (size_t i = 0; i < 2 * n; i += 2) {
+    const R re = x[i] * scale, im = x[i + 1] * scale;
+    x[i] = re * h[i] - im * h[i + 1];
+    x[i + 1] = re * h[i + 1] + im * h[i];
+  }
+}
+}  // namespace
+
+void multiplyScaled(const float* h, float scale, float* x, size_t n) { multiply(h, scale, x, n); }
+void multiplyScaled(const double* h, double scale, double* x, size_t n) { multiply(h, scale, x, n); }
+
 }  // namespace moxbench

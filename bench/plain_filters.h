@@ -19,4 +19,8 @@ void plainGoertzel(double freq, const double* in, size_t n, double* y);
 void plainDft(const float* in, const float* w, float* out, size_t n);
 void plainDft(const double* in, const double* w, double* out, size_t n);
 
+// x *= h scale: n complex values.
+void multiplyScaled(const float* h, float scale, float* x, size_t n);
+void multiplyScaled(const double* h, double scale, double* x, size_t n);
+
 }  // namespace moxbench

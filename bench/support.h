@@ -57,6 +57,7 @@ void add(const std::string& name, const mox::kernel::Kernels* kernels, Fill fill
 
 void registerArithmetic();
 void registerConvert();
+void registerConvolution();
 void registerCorrelation();
 void registerDft();
 void registerDotProd();
