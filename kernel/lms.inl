@@ -4,14 +4,22 @@
 // whatever the width of the vectors. float32 taps are updated in float64 and rounded when stored; the sum takes the
 // rounded ones. Real ones with little or no leakage stay in float32, with step * error rounded to it.
 
+// The widest vectors, also where float32 is converted: arithmetic dominates.
+constexpr int kLmsWidth = kLanes<double>;
+using LmsVec = Vec<double, kLmsWidth>;
+template <class T>
+MOX_INLINE LmsVec lmsWide(const T* p) {
+  return wide(p, static_cast<LmsVec*>(nullptr));
+}
+
 // What a group of taps adds to: vectors of 16 lanes.
-constexpr int kLmsVectors = 16 / kDotWidth;
+constexpr int kLmsVectors = 16 / kLmsWidth;
 struct LmsSums {
-  DotVec equal[kLmsVectors], crossed[kLmsVectors];
+  LmsVec equal[kLmsVectors], crossed[kLmsVectors];
 };
 
 // A rounded tap vector as it is stored.
-MOX_INLINE DotVec storeTaps(float* h, DotVec v) {
+MOX_INLINE LmsVec storeTaps(float* h, LmsVec v) {
   narrowTo(h, v);
 #if MOX_VEC_BYTES >= 32
   return widen(narrow(v));
@@ -19,23 +27,23 @@ MOX_INLINE DotVec storeTaps(float* h, DotVec v) {
   return widenLow(narrow(v));
 #endif
 }
-MOX_INLINE DotVec storeTaps(double* h, DotVec v) {
+MOX_INLINE LmsVec storeTaps(double* h, LmsVec v) {
   store(h, v);
   return v;
 }
 
 // step * error, for the form's vectors.
 struct RealGain {
-  DotVec g;
-  MOX_INLINE explicit RealGain(const double* error, double step) : g(broadcast<DotVec>(step * error[0])) {}
+  LmsVec g;
+  MOX_INLINE explicit RealGain(const double* error, double step) : g(broadcast<LmsVec>(step * error[0])) {}
 };
 // g conj(d) = Re d (re, im) + Im d (im, -re)
 struct ComplexGain {
-  DotVec plain, turned;
+  LmsVec plain, turned;
   MOX_INLINE explicit ComplexGain(const double* error, double step) {
     const double re = step * error[0], im = step * error[1];
-    plain = Alternating<double>(re, im).template vector<DotVec>();
-    turned = Alternating<double>(im, -re).template vector<DotVec>();
+    plain = Alternating<double>(re, im).template vector<LmsVec>();
+    turned = Alternating<double>(im, -re).template vector<LmsVec>();
   }
 };
 
@@ -46,11 +54,14 @@ struct LmsReal {
   using Gain = RealGain;
   static constexpr size_t kSample = 1, kTap = 1, kTaps = 16;
   template <class P>
-  MOX_INLINE static DotVec sample(const P* p, size_t lane) {
-    return widened(p + lane);
+  MOX_INLINE static LmsVec sample(const P* p, size_t lane) {
+    return lmsWide(p + lane);
   }
-  MOX_INLINE static DotVec update(const Gain& gain, DotVec d, DotVec h) { return fma(gain.g, d, h); }
-  MOX_INLINE static void add(LmsSums& s, int v, DotVec h, DotVec x) { s.equal[v] = fma(h, x, s.equal[v]); }
+  template <class P>
+  MOX_INLINE static LmsVec update(const Gain& gain, const P* past, size_t lane, LmsVec h) {
+    return fma(gain.g, sample(past, lane), h);
+  }
+  MOX_INLINE static void add(LmsSums& s, int v, LmsVec h, LmsVec x) { s.equal[v] = fma(h, x, s.equal[v]); }
 };
 template <class R>
 struct LmsComplex {
@@ -58,13 +69,18 @@ struct LmsComplex {
   using Gain = ComplexGain;
   static constexpr size_t kSample = 2, kTap = 2, kTaps = 8;
   template <class P>
-  MOX_INLINE static DotVec sample(const P* p, size_t lane) {
-    return widened(p + lane);
+  MOX_INLINE static LmsVec sample(const P* p, size_t lane) {
+    return lmsWide(p + lane);
   }
-  MOX_INLINE static DotVec update(const Gain& gain, DotVec d, DotVec h) {
+  MOX_INLINE static LmsVec update(const Gain& gain, const float* past, size_t lane, LmsVec h) {
+    const LmsVec d = sample(past, lane);
     return fma(realParts(d), gain.plain, fma(imagParts(d), gain.turned, h));
   }
-  MOX_INLINE static void add(LmsSums& s, int v, DotVec h, DotVec x) {
+  MOX_INLINE static LmsVec update(const Gain& gain, const double* past, size_t lane, LmsVec h) {
+    const LmsVec im = imagParts(sample(past, lane));
+    return fma(realPartsAt<LmsVec>(past + lane), gain.plain, fma(im, gain.turned, h));
+  }
+  MOX_INLINE static void add(LmsSums& s, int v, LmsVec h, LmsVec x) {
     s.equal[v] = fma(h, x, s.equal[v]);
     s.crossed[v] = fma(h, swapParts(x), s.crossed[v]);
   }
@@ -75,11 +91,14 @@ struct LmsRealSamples {
   using Gain = ComplexGain;
   static constexpr size_t kSample = 1, kTap = 2, kTaps = 8;
   template <class P>
-  MOX_INLINE static DotVec sample(const P* p, size_t lane) {
-    return twice(p + lane / 2, static_cast<DotVec*>(nullptr));
+  MOX_INLINE static LmsVec sample(const P* p, size_t lane) {
+    return twice(p + lane / 2, static_cast<LmsVec*>(nullptr));
   }
-  MOX_INLINE static DotVec update(const Gain& gain, DotVec d, DotVec h) { return fma(d, gain.plain, h); }
-  MOX_INLINE static void add(LmsSums& s, int v, DotVec h, DotVec x) { s.equal[v] = fma(h, x, s.equal[v]); }
+  template <class P>
+  MOX_INLINE static LmsVec update(const Gain& gain, const P* past, size_t lane, LmsVec h) {
+    return fma(sample(past, lane), gain.plain, h);
+  }
+  MOX_INLINE static void add(LmsSums& s, int v, LmsVec h, LmsVec x) { s.equal[v] = fma(h, x, s.equal[v]); }
 };
 
 // One group: h = keep h + gain conj(past), sums += h now. `now` may be null: no sums.
@@ -87,13 +106,14 @@ template <class Form>
 struct LmsPass {
   using R = typename Form::Real;
   typename Form::Gain gain;
-  DotVec keep;
-  MOX_INLINE void group(R* h, const R* past, const double* now, LmsSums& sums) const {
+  LmsVec keep;
+  template <class P>
+  MOX_INLINE void group(R* h, const P* past, const double* now, LmsSums& sums) const {
 #pragma GCC unroll 8
     for (int v = 0; v < kLmsVectors; ++v) {
-      const size_t lane = static_cast<size_t>(v) * kDotWidth;
-      const DotVec updated = Form::update(gain, Form::sample(past, lane), keep * widened(h + lane));
-      const DotVec tap = storeTaps(h + lane, updated);
+      const size_t lane = static_cast<size_t>(v) * kLmsWidth;
+      const LmsVec updated = Form::update(gain, past, lane, keep * lmsWide(h + lane));
+      const LmsVec tap = storeTaps(h + lane, updated);
       if (now) Form::add(sums, v, tap, Form::sample(now, lane));
     }
   }
@@ -104,53 +124,47 @@ template <class Form>
 struct LmsKeepingPass {
   using R = typename Form::Real;
   typename Form::Gain gain;
-  MOX_INLINE void group(R* h, const R* past, const double* now, LmsSums& sums) const {
+  template <class P>
+  MOX_INLINE void group(R* h, const P* past, const double* now, LmsSums& sums) const {
 #pragma GCC unroll 8
     for (int v = 0; v < kLmsVectors; ++v) {
-      const size_t lane = static_cast<size_t>(v) * kDotWidth;
-      const DotVec tap = storeTaps(h + lane, Form::update(gain, Form::sample(past, lane), widened(h + lane)));
+      const size_t lane = static_cast<size_t>(v) * kLmsWidth;
+      const LmsVec tap = storeTaps(h + lane, Form::update(gain, past, lane, lmsWide(h + lane)));
       if (now) Form::add(sums, v, tap, Form::sample(now, lane));
     }
   }
 };
 // Real float32 taps in float32. With leakage they are h + (g d - leak h): for small leaks the roundings inside are far
 // below that of the sum.
-using TapVec = Vec<float, 2 * kDotWidth>;
-#if MOX_VEC_BYTES >= 32
-MOX_INLINE DotVec lowTaps(TapVec v) { return widen(__builtin_shufflevector(v, v, 0, 1, 2, 3)); }
-MOX_INLINE DotVec highTaps(TapVec v) { return widen(__builtin_shufflevector(v, v, 4, 5, 6, 7)); }
-#else
-MOX_INLINE DotVec lowTaps(TapVec v) { return widenedLow(v); }
-MOX_INLINE DotVec highTaps(TapVec v) { return widenedHigh(v); }
-#endif
+using LmsFloats = Vec<float, kLanes<float>>;
 template <bool Leaky>
 struct LmsFloatPass {
-  TapVec gain, leak;
+  LmsFloats gain, leak;
   MOX_INLINE void group(float* h, const float* past, const double* now, LmsSums& sums) const {
 #pragma GCC unroll 4
     for (int v = 0; v < kLmsVectors; v += 2) {
-      const int lane = v * kDotWidth;
-      const TapVec before = load<TapVec>(h + lane), d = load<TapVec>(past + lane);
-      const TapVec tap = Leaky ? before + fma(gain, d, -(leak * before)) : fma(gain, d, before);
+      const int lane = v * kLmsWidth;
+      const LmsFloats before = load<LmsFloats>(h + lane), d = load<LmsFloats>(past + lane);
+      const LmsFloats tap = Leaky ? before + fma(gain, d, -(leak * before)) : fma(gain, d, before);
       store(h + lane, tap);
-      if (now) {
-        sums.equal[v] = fma(lowTaps(tap), widened(now + lane), sums.equal[v]);
-        sums.equal[v + 1] = fma(highTaps(tap), widened(now + lane + kDotWidth), sums.equal[v + 1]);
-      }
+      if (!now) continue;
+      sums.equal[v] = fma(widenedLow(tap), load<LmsVec>(now + lane), sums.equal[v]);
+      sums.equal[v + 1] = fma(widenedHigh(tap), load<LmsVec>(now + lane + kLmsWidth), sums.equal[v + 1]);
     }
   }
 };
 
 // n taps; what is left over by whole groups goes through arrays with zeros behind it.
-template <class Form, class Pass>
-MOX_INLINE void lmsGroups(const Pass& pass, typename Form::Real* h, const typename Form::Real* past, const double* now,
-                          size_t n, LmsSums& sums) {
+template <class Form, class Pass, class P>
+MOX_INLINE void lmsGroups(const Pass& pass, typename Form::Real* h, const P* past, const double* now, size_t n,
+                          LmsSums& sums) {
   using R = typename Form::Real;
   constexpr size_t N = Form::kTaps, S = Form::kSample, T = Form::kTap;
   size_t i = 0;
   for (; i + N <= n; i += N) pass.group(h + i * T, past + i * S, now ? now + i * S : nullptr, sums);
   if (i == n) return;
-  R fewTaps[N * T] = {}, fewPast[N * S] = {};
+  R fewTaps[N * T] = {};
+  P fewPast[N * S] = {};
   double fewNow[N * S] = {};
   const size_t left = n - i;
   for (size_t k = 0; k < left * T; ++k) fewTaps[k] = h[i * T + k];
@@ -162,30 +176,16 @@ MOX_INLINE void lmsGroups(const Pass& pass, typename Form::Real* h, const typena
   for (size_t k = 0; k < left * T; ++k) h[i * T + k] = fewTaps[k];
 }
 
-// The lanes' sum, in pairs.
-MOX_INLINE Two lmsFold(DotVec* lanes) {
-#pragma GCC unroll 4
-  for (int half = kLmsVectors / 2; half >= 1; half /= 2) {
-#pragma GCC unroll 4
-    for (int v = 0; v < half; ++v) lanes[v] += lanes[v + half];
-  }
-#if MOX_VEC_BYTES >= 32
-  const DotVec all = lanes[0];
-  return __builtin_shufflevector(all, all, 0, 1) + __builtin_shufflevector(all, all, 2, 3);
-#else
-  return lanes[0];
-#endif
-}
 template <class Form>
 MOX_INLINE void lmsResult(LmsSums& sums, double* y) {
-  const Two equal = lmsFold(sums.equal);
+  const Vec<double, 2> equal = lanesFolded(sums.equal);
   if constexpr (Form::kTap == 1) {
     y[0] = equal[0] + equal[1];
   } else if constexpr (Form::kSample == 1) {
     y[0] = equal[0];
     y[1] = equal[1];
   } else {
-    const Two crossed = lmsFold(sums.crossed);
+    const Vec<double, 2> crossed = lanesFolded(sums.crossed);
     y[0] = equal[0] - equal[1];
     y[1] = crossed[0] + crossed[1];
   }
@@ -194,15 +194,15 @@ MOX_INLINE void lmsResult(LmsSums& sums, double* y) {
 constexpr double kSmallLeak = 0.0625;
 
 // One update and, where `now` is not null, one sum.
-template <class Form>
-MOX_INLINE void lmsStep(const LmsShape& shape, const double* error, typename Form::Real* h,
-                        const typename Form::Real* past, const double* now, size_t n, double* y) {
+template <class Form, class P>
+MOX_INLINE void lmsStep(const LmsShape& shape, const double* error, typename Form::Real* h, const P* past,
+                        const double* now, size_t n, double* y) {
   const typename Form::Gain gain(error, shape.step);
   LmsSums sums = {};
-  const auto generally = LmsPass<Form>{gain, broadcast<DotVec>(1 - shape.leak)};
+  const auto generally = LmsPass<Form>{gain, broadcast<LmsVec>(1 - shape.leak)};
   if constexpr (std::is_same_v<Form, LmsReal<float>>) {
-    const TapVec g = broadcast<TapVec>(static_cast<float>(gain.g[0]));
-    const TapVec leak = broadcast<TapVec>(static_cast<float>(shape.leak));
+    const LmsFloats g = broadcast<LmsFloats>(static_cast<float>(gain.g[0]));
+    const LmsFloats leak = broadcast<LmsFloats>(static_cast<float>(shape.leak));
     if (shape.leak == 0) {
       lmsGroups<Form>(LmsFloatPass<false>{g, leak}, h, past, now, n, sums);
     } else if (shape.leak > -kSmallLeak && shape.leak < kSmallLeak) {
@@ -242,7 +242,7 @@ void lmsInPlace(const LmsShape& shape, typename Form::Real* taps, typename Form:
   const R silence[N * S] = {};
   for (; periods; --periods, in += down * S) {
     double y[2] = {};
-    lmsStep<Form>(shape, error, taps, dlyl + shape.past * S, nullptr, adapted, y);
+    lmsStep<Form>(shape, error, taps, static_cast<const R*>(dlyl + shape.past * S), nullptr, adapted, y);
     for (size_t i = adapted; i < shape.taps; i += N) {
       lmsStep<Form>(shape, error, taps + i * T, silence, nullptr, shape.taps - i < N ? shape.taps - i : N, y);
     }
@@ -262,10 +262,10 @@ void lmsInPlace(const LmsShape& shape, typename Form::Real* taps, typename Form:
   }
 }
 
-// A float64 view of a window.
-MOX_INLINE const double* inFloat64(const double* window, size_t, size_t, double*) { return window; }
-MOX_INLINE const double* inFloat64(const float* window, size_t from, size_t to, double* copy) {
-  for (size_t k = from; k < to; ++k) copy[k] = window[k];
+// A float64 view of a window of n.
+MOX_INLINE const double* inFloat64(const double* window, size_t, double*) { return window; }
+MOX_INLINE const double* inFloat64(const float* window, size_t n, double* copy) {
+  for (size_t k = 0; k < n; ++k) copy[k] = window[k];
   return copy;
 }
 
@@ -290,12 +290,17 @@ void lmsRun(const LmsShape& shape, typename Form::Real* taps, typename Form::Rea
     for (size_t k = 0; k < samples; ++k) {
       for (size_t part = 0; part < S; ++part) window[(samples - 1 - k) * S + part] = in[k * S + part];
     }
-    const double* const wide64 = inFloat64(window, shape.first * S, (samples + length) * S, copy);
+    const double* const wide64 = inFloat64(window, (samples + length) * S, copy);
     for (size_t at = samples * S; at;) {
-      const R* const past = window + at + shape.past * S;
+      const size_t past = at + shape.past * S;
       at -= down * S;
       double y[2] = {};
-      lmsStep<Form>(shape, latest, taps, past, wide64 + at + shape.first * S, shape.taps, y);
+      const double* const now = wide64 + at + shape.first * S;
+      if constexpr (std::is_same_v<Form, LmsReal<float>>) {
+        lmsStep<Form>(shape, latest, taps, window + past, now, shape.taps, y);
+      } else {
+        lmsStep<Form>(shape, latest, taps, wide64 + past, now, shape.taps, y);
+      }
       lmsPut<Form>(y, out, desired, latest);
     }
     for (size_t k = 0; k < length * S; ++k) dlyl[k] = window[k];
