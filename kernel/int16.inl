@@ -2,34 +2,33 @@
 
 // ---- names for what the compiler's vectors lack
 
-#define MOX_INT16_VECTORS(N, M, prefix)                                                                         \
-  MOX_INLINE Vec<int16_t, N> plusSaturated(Vec<int16_t, N> a, Vec<int16_t, N> b) {                              \
-    return reinterpret_cast<Vec<int16_t, N>>(prefix##_adds_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
-  }                                                                                                             \
-  MOX_INLINE Vec<int16_t, N> minusSaturated(Vec<int16_t, N> a, Vec<int16_t, N> b) {                             \
-    return reinterpret_cast<Vec<int16_t, N>>(prefix##_subs_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
-  }                                                                                                             \
-  /* the upper halves of the products */                                                                        \
-  MOX_INLINE Vec<int16_t, N> timesHigh(Vec<int16_t, N> a, Vec<int16_t, N> b) {                                  \
-    return reinterpret_cast<Vec<int16_t, N>>(prefix##_mulhi_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
-  }                                                                                                             \
-  /* a[2k] b[2k] + a[2k+1] b[2k+1], modulo 2^32 */                                                              \
-  MOX_INLINE Vec<int32_t, N / 2> sumOfProducts(Vec<int16_t, N> a, Vec<int16_t, N> b) {                          \
-    return reinterpret_cast<Vec<int32_t, N / 2>>(                                                               \
-        prefix##_madd_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b)));                                   \
-  }                                                                                                             \
-  /* low + 65536 high: half of the elements each, in an order that packed() undoes */                           \
-  MOX_INLINE Vec<int32_t, N / 2> joinedLow(Vec<int16_t, N> low, Vec<int16_t, N> high) {                         \
-    return reinterpret_cast<Vec<int32_t, N / 2>>(                                                               \
-        prefix##_unpacklo_epi16(reinterpret_cast<M>(low), reinterpret_cast<M>(high)));                          \
-  }                                                                                                             \
-  MOX_INLINE Vec<int32_t, N / 2> joinedHigh(Vec<int16_t, N> low, Vec<int16_t, N> high) {                        \
-    return reinterpret_cast<Vec<int32_t, N / 2>>(                                                               \
-        prefix##_unpackhi_epi16(reinterpret_cast<M>(low), reinterpret_cast<M>(high)));                          \
-  }                                                                                                             \
-  /* saturates */                                                                                               \
-  MOX_INLINE Vec<int16_t, N> packed(Vec<int32_t, N / 2> v0, Vec<int32_t, N / 2> v1) {                           \
-    return reinterpret_cast<Vec<int16_t, N>>(prefix##_packs_epi32(reinterpret_cast<M>(v0), reinterpret_cast<M>(v1))); \
+#define MOX_INT16_VECTORS(N, M, prefix)                                                                                \
+  MOX_INLINE Vec<int16_t, N> plusSaturated(Vec<int16_t, N> a, Vec<int16_t, N> b) {                                     \
+    return reinterpret_cast<Vec<int16_t, N>>(prefix##_adds_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b)));     \
+  }                                                                                                                    \
+  MOX_INLINE Vec<int16_t, N> minusSaturated(Vec<int16_t, N> a, Vec<int16_t, N> b) {                                    \
+    return reinterpret_cast<Vec<int16_t, N>>(prefix##_subs_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b)));     \
+  }                                                                                                                    \
+  /* the upper halves of the products */                                                                               \
+  MOX_INLINE Vec<int16_t, N> timesHigh(Vec<int16_t, N> a, Vec<int16_t, N> b) {                                         \
+    return reinterpret_cast<Vec<int16_t, N>>(prefix##_mulhi_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b)));    \
+  }                                                                                                                    \
+  /* a[2k] b[2k] + a[2k+1] b[2k+1], modulo 2^32 */                                                                     \
+  MOX_INLINE Vec<int32_t, N / 2> sumOfProducts(Vec<int16_t, N> a, Vec<int16_t, N> b) {                                 \
+    return reinterpret_cast<Vec<int32_t, N / 2>>(prefix##_madd_epi16(reinterpret_cast<M>(a), reinterpret_cast<M>(b))); \
+  }                                                                                                                    \
+  /* low + 65536 high: half of the elements each, in an order that packed() undoes */                                  \
+  MOX_INLINE Vec<int32_t, N / 2> joinedLow(Vec<int16_t, N> low, Vec<int16_t, N> high) {                                \
+    return reinterpret_cast<Vec<int32_t, N / 2>>(                                                                      \
+        prefix##_unpacklo_epi16(reinterpret_cast<M>(low), reinterpret_cast<M>(high)));                                 \
+  }                                                                                                                    \
+  MOX_INLINE Vec<int32_t, N / 2> joinedHigh(Vec<int16_t, N> low, Vec<int16_t, N> high) {                               \
+    return reinterpret_cast<Vec<int32_t, N / 2>>(                                                                      \
+        prefix##_unpackhi_epi16(reinterpret_cast<M>(low), reinterpret_cast<M>(high)));                                 \
+  }                                                                                                                    \
+  /* saturates */                                                                                                      \
+  MOX_INLINE Vec<int16_t, N> packed(Vec<int32_t, N / 2> v0, Vec<int32_t, N / 2> v1) {                                  \
+    return reinterpret_cast<Vec<int16_t, N>>(prefix##_packs_epi32(reinterpret_cast<M>(v0), reinterpret_cast<M>(v1)));  \
   }
 MOX_INT16_VECTORS(8, __m128i, _mm)
 #if MOX_VEC_BYTES >= 32
@@ -64,6 +63,7 @@ struct PerElement {
   }
 };
 struct Sum16 : PerElement {
+  static constexpr bool kHalves = true;
   template <class V>
   MOX_INLINE static ResultsOf<V> exact(V a, V b) {
     const V as = a >> 15, bs = b >> 15;
@@ -79,8 +79,14 @@ struct Sum16 : PerElement {
   MOX_INLINE static V saturated(V a, V b) {
     return plusSaturated(a, b);
   }
+  // Half of the exact result, rounded down: it fits.
+  template <class V>
+  MOX_INLINE static V halved(V a, V b) {
+    return wrapped<V>(a & b, (a ^ b) >> 1);
+  }
 };
 struct Difference16 : PerElement {
+  static constexpr bool kHalves = true;
   template <class V>
   MOX_INLINE static ResultsOf<V> exact(V a, V b) {
     const V as = a >> 15, bs = b >> 15;
@@ -96,8 +102,13 @@ struct Difference16 : PerElement {
   MOX_INLINE static V saturated(V a, V b) {
     return minusSaturated(a, b);
   }
+  template <class V>
+  MOX_INLINE static V halved(V a, V b) {
+    return wrapped<V>((a ^ b) >> 1, ~a & b);
+  }
 };
 struct Product16 : PerElement {
+  static constexpr bool kHalves = false;
   template <class V>
   MOX_INLINE static V wrapped(V a, V b) {
     return reinterpret_cast<V>(reinterpret_cast<Vec<uint16_t, sizeof(V) / 2>>(a) *
@@ -182,9 +193,7 @@ struct ReducedMap {
     const auto r = Op::exact(load<V>(a + i), b.template at<V>(i));
     return Op::put(Results<decltype(r.v0 + r.v0)>{reduction.of(r.v0), reduction.of(r.v1)});
   }
-  MOX_INLINE int16_t one(size_t i) const {
-    return static_cast<int16_t>(reduction.of(Op::exactOne(a[i], b.one(i))));
-  }
+  MOX_INLINE int16_t one(size_t i) const { return static_cast<int16_t>(reduction.of(Op::exactOne(a[i], b.one(i)))); }
 };
 
 // Factor 0 needs no 32-bit results.
@@ -208,6 +217,19 @@ struct DirectMap {
   }
 };
 
+// Factor 1 where halves fit, saturated or not.
+template <class Op, class Operand>
+struct HalvedMap {
+  static constexpr int kPeriod = 2;
+  const int16_t* a;
+  Operand b;
+  template <class V>
+  MOX_INLINE V at(size_t i) const {
+    return Op::halved(load<V>(a + i), b.template at<V>(i));
+  }
+  MOX_INLINE int16_t one(size_t i) const { return static_cast<int16_t>(Op::exactOne(a[i], b.one(i)) >> 1); }
+};
+
 MOX_INLINE int32_t withinWord(int32_t shift) { return shift > 31 ? 31 : shift; }
 
 template <class Op, class Operand>
@@ -215,6 +237,9 @@ MOX_INLINE void combineWith(const int16_t* a, const Operand& b, int16_t* dst, si
   if (factor == 0) {
     if (saturate) return mapAll<int16_t>(dst, n, DirectMap<Op, Operand, true>{a, b});
     return mapAll<int16_t>(dst, n, DirectMap<Op, Operand, false>{a, b});
+  }
+  if constexpr (Op::kHalves) {
+    if (factor == 1) return mapAll<int16_t>(dst, n, HalvedMap<Op, Operand>{a, b});
   }
   if (factor > 0) {
     const int32_t down = withinWord(factor);
@@ -262,8 +287,29 @@ struct Range {
   }
 };
 
+// 1 if a result leaves 16 bits, which it then does by one bit, else 0.
+template <class Op, class Operand>
+MOX_INLINE int32_t halvingFactorWith(const int16_t* a, const Operand& b, size_t n) {
+  constexpr size_t N = kLanes<int16_t>;
+  using V = Vec<int16_t, N>;
+  V leaves{};
+  size_t i = 0;
+  for (; i + N <= n; i += N) {
+    const V x = load<V>(a + i), y = b.template at<V>(i);
+    leaves |= Op::saturated(x, y) ^ Op::wrapped(x, y);
+  }
+  int32_t any = 0;
+  for (size_t k = 0; k < N; ++k) any |= leaves[k];
+  for (; i < n; ++i) {
+    const int32_t v = Op::exactOne(a[i], b.one(i));
+    any |= v ^ static_cast<int16_t>(v);
+  }
+  return any != 0;
+}
+
 template <class Op, class Operand>
 MOX_INLINE int32_t autoFactorWith(const int16_t* a, const Operand& b, size_t n) {
+  if constexpr (Op::kHalves) return halvingFactorWith<Op>(a, b, n);
   using V = Vec<int16_t, kLanes<int16_t>>;
   Range range;
   Int32s low{}, high{};
@@ -298,12 +344,25 @@ struct ComplexResults {
   W re, im, beyond;
 };
 
+// (im, re) of (re, im)
+template <class V>
+MOX_INLINE V exchanged(V v) {
+#if MOX_VEC_BYTES == 32
+  const __m256i places = _mm256_set_epi8(13, 12, 15, 14, 9, 8, 11, 10, 5, 4, 7, 6, 1, 0, 3, 2,  //
+                                         13, 12, 15, 14, 9, 8, 11, 10, 5, 4, 7, 6, 1, 0, 3, 2);
+  return reinterpret_cast<V>(_mm256_shuffle_epi8(reinterpret_cast<__m256i>(v), places));
+#else
+  using U = Vec<uint32_t, sizeof(V) / 4>;
+  const U words = reinterpret_cast<U>(v);
+  return reinterpret_cast<V>(words >> 16 | words << 16);
+#endif
+}
+
 template <class V>
 MOX_INLINE ComplexResults<V> complexExact(V a, V b) {
   using W = Vec<int32_t, sizeof(V) / 4>;
   using U = Vec<uint32_t, sizeof(V) / 4>;
-  const U words = reinterpret_cast<U>(b);
-  const V crossed = reinterpret_cast<V>(words >> 16 | words << 16);
+  const V crossed = exchanged(b);
   // -bi may not fit in 16 bits, but -bi - 1 does: ar br + ai (-bi - 1) + ai
   const V turned = b ^ Alternating<int16_t>(0, -1).template vector<V>();
   const W re = reinterpret_cast<W>(reinterpret_cast<U>(sumOfProducts(a, turned)) +
@@ -334,6 +393,19 @@ MOX_INLINE W reducedImag(const ShiftedDownBeyond& r, W im, W beyond) {
   return beyond ? all<W>(static_cast<int32_t>(0x80000000u >> r.factor)) : r.of(im);
 }
 
+// The low 16 bits as they are. Modulo 2^16, -bi always fits.
+struct LowHalves {};
+
+template <class Operand>
+MOX_INLINE Vec<int16_t, kLanes<int16_t>> complexAt(const int16_t* a, const Operand& b, size_t i, LowHalves) {
+  using V = Vec<int16_t, kLanes<int16_t>>;
+  const V x = load<V>(a + i), y = b.template at<V>(i), crossed = exchanged(y);
+  const V odd = Alternating<int16_t>(0, -1).template vector<V>();
+  const Int32s re = sumOfProducts(x, (y ^ odd) - odd), im = sumOfProducts(x, crossed);
+  // of the high half 0x4000 only where both factors are -32768
+  const V beyond = timesHigh(x, crossed) == 0x4000;
+  return reinterpret_cast<V>(re & 0xffff) | (reinterpret_cast<V>(im << 16) & ~beyond);
+}
 template <class Operand, class Reduction>
 MOX_INLINE Vec<int16_t, kLanes<int16_t>> complexAt(const int16_t* a, const Operand& b, size_t i,
                                                    const Reduction& reduction) {
@@ -373,6 +445,7 @@ MOX_INLINE void complexWith(const int16_t* a, const Operand& b, int16_t* dst, si
   const int32_t down = withinWord(factor), up = factor < -31 ? 31 : -factor;
   if (factor >= 0) {
     if (saturate) return complexAll(a, b, dst, n, ShiftedDownSaturated{down});
+    if (factor == 0) return complexAll(a, b, dst, n, LowHalves{});
     return complexAll(a, b, dst, n, ShiftedDown{down});
   }
   if (saturate) return complexAll(a, b, dst, n, ShiftedUpSaturated{up});
