@@ -10,13 +10,12 @@ MOX_INLINE void mapWith(T* dst, size_t n, const Map& map) {
   // Aligned stores: a 64-byte vector at any other address costs two cache lines.
   size_t i = (sizeof(V) - reinterpret_cast<uintptr_t>(dst) % sizeof(V)) % sizeof(V) / sizeof(T);
   if (map.kPeriod == 2) i &= ~size_t{1};
-  for (; i + 4 * N <= n; i += 4 * N) {
-    const V v0 = map.template at<V>(i), v1 = map.template at<V>(i + N);
-    const V v2 = map.template at<V>(i + 2 * N), v3 = map.template at<V>(i + 3 * N);
-    store(dst + i, v0);
-    store(dst + i + N, v1);
-    store(dst + i + 2 * N, v2);
-    store(dst + i + 3 * N, v3);
+  // Each vector is stored before the next is loaded: beyond L1, loads of four and then their stores were slower
+  // (float32 product with AVX2, 16384 elements: 2.81 and 1.86 us; 2^20: 566 and 431).
+  constexpr int kTogether = kVecBytes == 32 && sizeof(T) > 2 ? 8 : 4;
+  for (; i + kTogether * N <= n; i += kTogether * N) {
+#pragma GCC unroll 8
+    for (size_t k = 0; k < kTogether * N; k += N) store(dst + i + k, map.template at<V>(i + k));
   }
   for (; i + N <= n; i += N) store(dst + i, map.template at<V>(i));
   store(dst, first);
@@ -299,9 +298,8 @@ MOX_INLINE void multiplyWith(R* dst, size_t n, const Map& map) {
   const V last = map.template at<V>(n - N);
   size_t i = 0;
   for (; i + 2 * N < n; i += 2 * N) {
-    const V v0 = map.template at<V>(i), v1 = map.template at<V>(i + N);
-    narrowTo(dst + i, v0);
-    narrowTo(dst + i + N, v1);
+    narrowTo(dst + i, map.template at<V>(i));
+    narrowTo(dst + i + N, map.template at<V>(i + N));
   }
   if (i + N < n) narrowTo(dst + i, map.template at<V>(i));
   narrowTo(dst + n - N, last);
