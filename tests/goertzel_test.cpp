@@ -179,6 +179,33 @@ TEST(GoertzelFloat, TakesAnyCoefficient) {
   }
 }
 
+// Small sums of large terms that round on the two sides of a boundary, as the order of the additions decides: with
+// x = delay2 = 1 the step leaves c delay1, rounded at 2^-52.
+TEST(GoertzelFloat, AddsInTheWrittenOrder) {
+  std::mt19937 bits(1);
+  const auto significand = [&] { return 1 + static_cast<float>(bits() >> 9) * 0x1p-23f; };
+  for (const float size : {0x1p-10f, 0x1p-20f}) {
+    for (int found = 0; found < 3;) {
+      const float c = size * significand(), d1 = significand();
+      const double product = static_cast<double>(c) * static_cast<double>(d1);
+      if (static_cast<float>(product) == static_cast<float>(1 + product - 1)) continue;
+      ++found;
+      // Afterwards nothing but that small value, and one of its size, go round.
+      std::vector<float> x(40);
+      x[0] = 1;
+      x[1] = d1 + 2 * size;
+      const MoxsGoertzState state = {0, 1, 0, c, {1, 0}, {d1, 0}};
+      MoxsGoertzState expected = state;
+      for (const float sample : x) step(expected, sample);
+      forEachLevel([&] {
+        MoxsGoertzState s = state;
+        moxsbGoertz(&s, x.data(), 40);
+        EXPECT_TRUE(sameBits(s.delay1.re, expected.delay1.re) && sameBits(s.delay2.re, expected.delay2.re)) << c;
+      });
+    }
+  }
+}
+
 // y is the sum of the samples times the powers of e^(i 2 pi f).
 TYPED_TEST(Goertzel, IsTheComponent) {
   using T = TypeParam;
