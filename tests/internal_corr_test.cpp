@@ -119,12 +119,13 @@ TEST(NoMemory, CorrelationsGoWithout) {
     return asked;
   };
   const auto each = [&](auto call, int64_t asked) {
-    std::vector<float> sums(3000), r(3000);
+    std::vector<float> sums(3000);
     {
       const Allocations none(0, 100);
       call(sums.data());
     }
     for (int64_t k = 0; k < asked; ++k) {
+      std::vector<float> r(3000);
       moxcFreeTwdTbls();
       const Allocations one(k);
       call(r.data());
