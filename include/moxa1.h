@@ -2035,6 +2035,61 @@ MOX_API void MOX_CALL moxwConv(const int16_t* x, int32_t xLen, const int16_t* h,
                                int32_t scaleMode, int32_t* scalePtr);
 /** @} */
 
+/** @defgroup convolution2d Two-dimensional convolution and filtering
+ * Arrays stand row after row; x is xRows rows of xCols elements, and so forth.
+ *
+ *     Conv2D     y[r][c] = sum over i, j of h[i][j] x[r - i][c - j], of all products that there are
+ *                xRows + hRows - 1 rows, xCols + hCols - 1 columns
+ *     Filter2D   dst[r][c] = sum over i, j of kernel[i][j] src[r + kRows/2 - i][c + kCols/2 - j]
+ *                rows and columns like src, which is zero outside; kRows/2 and kCols/2 rounded down
+ *
+ * Destinations overlap no source. A correlation is a convolution with the rows and the columns of one operand reversed.
+ *
+ * Sums of products run in float64 and are rounded once, in an order that depends on the sizes of the operands alone.
+ * Transforms run in the operands' own type: their errors are some units in the last place of the largest results of a
+ * block, not of each result, and an infinity or NaN reaches all of its block. They take tables of the calling thread,
+ * built on first use (see "Bit reversal and twiddle tables"), and work arrays that are freed before the call returns.
+ *
+ * Conv2D chooses by the sizes, the first of these that holds:
+ * - sums of products where both operands have less than 17 rows and less than 17 columns, or where one of them has less
+ *   than 8 of both;
+ * - where both are single rows, or both single columns, moxsConv (moxdConv), with its reports and a trace after them;
+ * - one transform of everything, of the smallest powers of two that are not below twice the larger number of rows and
+ *   twice the larger number of columns; or, where constant costs say that this is cheaper, transforms of overlapping
+ *   blocks of the operand with more elements, of those sizes up to that one that cost least.
+ *
+ * Filter2D takes sums of products; or, where they cost less (for large images from about 16 x 16 taps on) and there is
+ * memory for them, transforms of blocks of twice the powers of two that are not below kRows and kCols.
+ *
+ * int16 forms compute in float32 and round the sums to integers; then the scale mode acts on all of them at once, with
+ * its own reports under moxsbUndScaling, after which nothing is written. Of all checks the first that fails reports,
+ * alone.
+ * @{ */
+/** @name Full convolution
+ * Checks: "\nNull pointer to data buffer\n" for x, h, y, "\nBad value of data buffer size\n" for sizes below 1. Where
+ * there is no memory: "\nMemory allocation problem\n" (MOX_StsNoMem), and nothing is written.
+ * @{ */
+MOX_API void MOX_CALL moxsConv2D(const float* x, int32_t xCols, int32_t xRows, const float* h, int32_t hCols,
+                                 int32_t hRows, float* y);
+MOX_API void MOX_CALL moxdConv2D(const double* x, int32_t xCols, int32_t xRows, const double* h, int32_t hCols,
+                                 int32_t hRows, double* y);
+MOX_API void MOX_CALL moxwConv2D(const int16_t* x, int32_t xCols, int32_t xRows, const int16_t* h, int32_t hCols,
+                                 int32_t hRows, int16_t* y, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @name Filtering
+ * Checks: "Null SRC buffer pointer" for src, then for kernel, "Null DST buffer pointer", then "Invalid number of cols"
+ * and "Inlalid number of rows" for cols and rows below 1, then for kCols and kRows. Where there is no memory for the
+ * float32 copies of int16: "Allocation failure" (MOX_StsNoMem).
+ * @{ */
+MOX_API void MOX_CALL moxsFilter2D(const float* src, int32_t cols, int32_t rows, const float* kernel, int32_t kCols,
+                                   int32_t kRows, float* dst);
+MOX_API void MOX_CALL moxdFilter2D(const double* src, int32_t cols, int32_t rows, const double* kernel, int32_t kCols,
+                                   int32_t kRows, double* dst);
+MOX_API void MOX_CALL moxwFilter2D(const int16_t* src, int32_t cols, int32_t rows, const int16_t* kernel, int32_t kCols,
+                                   int32_t kRows, int16_t* dst, int32_t scaleMode, int32_t* scalePtr);
+/** @} */
+/** @} */
+
 /** @defgroup sampling Up- and down-sampling
  * The rate changes by a whole factor, without a filter. Elements are moved as they are, complex ones as a whole. `dst`
  * may begin where `src` does; otherwise the two do not overlap. Nothing is returned: the number of results is given

@@ -247,6 +247,39 @@ struct Fir16 {
                size_t periods);
 };
 
+// A two-dimensional array, row after row.
+template <class T>
+struct Plane {
+  const T* values;
+  size_t rows, cols;
+};
+// Convolution through transforms of 2^rowOrder rows and 2^colOrder columns, each order at least 1: what setTaps() and
+// block() need, in arrays that the caller owns.
+template <class T>
+struct PlanePlan {
+  int rowOrder, colOrder;
+  size_t tapRows, tapCols;  // no more than the transform has
+  T* rowTable;              // of the real transform of order colOrder
+  T* colTable;              // of the complex transform of order rowOrder
+  T* block;                 // blockElements()
+  T* response;              // responseElements(): the taps' spectrum
+};
+// Rows and columns of the convolution of image and taps, y[r][c] = sum over i, j of taps[i][j] image[r - i][c - j]: those
+// from (top, left) on, top < image.rows + taps.rows - 1, and likewise the columns. No overlap.
+template <class T>
+struct PlaneKernels {
+  // Sums in float64, rounded once, in an order that depends on the taps' shape alone. Either may be the larger one.
+  void (*direct)(const Plane<T>& image, const Plane<T>& taps, size_t top, size_t left, T* out, size_t rows,
+                 size_t cols);
+  uint64_t (*blockElements)(int rowOrder, int colOrder);
+  uint64_t (*responseElements)(int rowOrder, int colOrder);
+  void (*setTaps)(const PlanePlan<T>& plan, const Plane<T>& taps);
+  // rows + plan.tapRows - 1 <= 2^rowOrder; or, with top = 0, no more rows than that which all of the convolution has.
+  // Columns likewise. A row of results is outPitch values after the one before.
+  void (*block)(const PlanePlan<T>& plan, const Plane<T>& image, size_t top, size_t left, T* out, size_t outPitch,
+                size_t rows, size_t cols);
+};
+
 // One companding law (its codes stand in moxa1.h) for the four sample types; src and dst do not overlap.
 struct Companding {
   void (*encode16)(const int16_t* src, uint8_t* dst, size_t n);
@@ -489,6 +522,8 @@ struct Kernels {
   Random<double> random64;
   Fft<float> fft32;
   Fft<double> fft64;
+  PlaneKernels<float> plane32;
+  PlaneKernels<double> plane64;
 };
 
 enum class Level { sse2, avx2, avx512 };

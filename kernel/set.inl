@@ -30,6 +30,8 @@ namespace {
 #include "kernel/random.inl"
 #include "kernel/fft.inl"
 #include "kernel/fir_fft.inl"
+#include "kernel/plane.inl"
+#include "kernel/plane_fft.inl"
 // clang-format on
 }  // namespace
 
@@ -84,4 +86,6 @@ constinit const Kernels table = {
     .random64 = randomKernels<double>(),
     .fft32 = fftKernels<float>(),
     .fft64 = fftKernels<double>(),
+    .plane32 = planeKernels<float>(),
+    .plane64 = planeKernels<double>(),
 };
