@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
   moxbench::registerSampling();
   moxbench::registerRandom();
   moxbench::registerGenerators();
+  moxbench::registerImage();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

@@ -64,6 +64,7 @@ void registerDotProd();
 void registerElementwise();
 void registerFft();
 void registerFir();
+void registerImage();
 void registerIir();
 void registerGenerators();
 void registerInt16();
