@@ -11,7 +11,7 @@ fail() {
 declare -A groups=(
   [build]="cmake ninja-build g++"
   [test]="clang-14 libclang-rt-14-dev lld-14 llvm-14 g++-mingw-w64-i686-posix googletest libgtest-dev libfftw3-dev libspandsp-dev"
-  [example]="pkg-config gnuplot-nox libsndfile1-dev libcairo2-dev libpng-dev alsa-utils guitarix-common"
+  [example]="pkg-config gnuplot-nox libsndfile1-dev libcairo2-dev libpng-dev alsa-utils guitarix-common libsixel-examples"
   [bench]="pkg-config libbenchmark-dev libfftw3-dev libvolk2-dev libeigen3-dev libsleef-dev libspandsp-dev libliquid-dev libopenblas-serial-dev libgsl-dev"
   [tool]="libmpfr-dev dieharder"
 )

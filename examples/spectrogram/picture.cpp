@@ -1,17 +1,10 @@
 #include "picture.h"
 
-#include <cairo.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
-#include "recording.h"
+#include "canvas.h"
 
 namespace {
 
@@ -20,23 +13,6 @@ constexpr int kLeft = 78, kTop = 54, kRight = 122, kBottom = 60;
 constexpr int kRows = 512;
 constexpr int kWidth = kLeft + kPictureColumns + kRight, kHeight = kTop + kRows + kBottom;
 constexpr int kLegendLeft = kLeft + kPictureColumns + 28, kLegendWidth = 18;
-
-// "magma" of matplotlib (CC0), every 17th of its 256 colours: equal steps in level look equally large, in grey too.
-constexpr uint32_t kMagma[] = {0x000004, 0x0b0924, 0x20114b, 0x3b0f70, 0x57157e, 0x721f81, 0x8c2981, 0xa8327d,
-                               0xc43c75, 0xde4968, 0xf1605d, 0xfa7f5e, 0xfe9f6d, 0xfebf84, 0xfddea0, 0xfcfdbf};
-constexpr int kLastColour = static_cast<int>(std::size(kMagma)) - 1;
-
-// The colour of t in 0..1.
-uint32_t colour(double t) {
-  const double place = std::clamp(t, 0.0, 1.0) * kLastColour;
-  const int below = std::min(static_cast<int>(place), kLastColour - 1);
-  uint32_t mixed = 0;
-  for (int shift = 16; shift >= 0; shift -= 8) {
-    const double a = kMagma[below] >> shift & 255, b = kMagma[below + 1] >> shift & 255;
-    mixed |= static_cast<uint32_t>(std::lround(a + (b - a) * (place - below))) << shift;
-  }
-  return mixed;
-}
 
 struct Scale {
   double low, high;
@@ -122,103 +98,6 @@ Axis frequencyAxis(double nyquist) {
                         : Axis{"frequency (kHz)", niceStep(nyquist, 12), 1000};
 }
 
-enum class Align { Left, Centre, Right };
-
-class Canvas {
- public:
-  Canvas() : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, kWidth, kHeight)), c_(cairo_create(surface_)) {
-    grey(1);
-    cairo_paint(c_);
-    cairo_set_line_width(c_, 1);
-  }
-  ~Canvas() {
-    cairo_destroy(c_);
-    cairo_surface_destroy(surface_);
-  }
-  Canvas(const Canvas&) = delete;
-  Canvas& operator=(const Canvas&) = delete;
-
-  void grey(double value) { cairo_set_source_rgb(c_, value, value, value); }
-  void font(double size, bool bold = false) {
-    cairo_select_font_face(c_, "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                           bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(c_, size);
-  }
-  double width(const std::string& text) {
-    cairo_text_extents_t extents;
-    cairo_text_extents(c_, text.c_str(), &extents);
-    return extents.x_advance;
-  }
-  // y is the base line.
-  void text(const std::string& text, double x, double y, Align align) {
-    const double shift = align == Align::Left ? 0 : align == Align::Centre ? width(text) / 2 : width(text);
-    cairo_move_to(c_, std::round(x - shift), y);
-    cairo_show_text(c_, text.c_str());
-  }
-  void textUpwards(const std::string& text, double x, double centre) {
-    cairo_save(c_);
-    cairo_translate(c_, x, centre + width(text) / 2);
-    cairo_rotate(c_, -std::acos(0.0));
-    cairo_move_to(c_, 0, 0);
-    cairo_show_text(c_, text.c_str());
-    cairo_restore(c_);
-  }
-  // One pixel wide, through the centres of pixels.
-  void line(double x0, double y0, double x1, double y1) {
-    cairo_move_to(c_, x0 + 0.5, y0 + 0.5);
-    cairo_line_to(c_, x1 + 0.5, y1 + 0.5);
-    cairo_stroke(c_);
-  }
-  void frame(int x, int y, int width, int height) {
-    cairo_rectangle(c_, x - 0.5, y - 0.5, width + 1, height + 1);
-    cairo_stroke(c_);
-  }
-  // Row by row, from the top left.
-  template <class Colour>
-  void fill(int left, int top, int width, int height, Colour colourAt) {
-    cairo_surface_flush(surface_);
-    unsigned char* const data = cairo_image_surface_get_data(surface_);
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x) {
-        const uint32_t pixel = colourAt(x, y);
-        std::memcpy(data + (top + y) * cairo_image_surface_get_stride(surface_) + (left + x) * 4, &pixel, 4);
-      }
-    }
-    cairo_surface_mark_dirty(surface_);
-  }
-  void write(const std::string& path) const;
-
- private:
-  cairo_surface_t* surface_;
-  cairo_t* c_;
-};
-
-// Into a file beside the target that takes its name when complete.
-void Canvas::write(const std::string& path) const {
-  if (const cairo_status_t status = cairo_status(c_)) throw Failure(cairo_status_to_string(status));
-  const std::string part = path + "." + std::to_string(getpid()) + ".part";
-  const auto failed = [&](int error) { return Failure(printable(path) + ": cannot write: " + std::strerror(error)); };
-
-  std::FILE* const file = std::fopen(part.c_str(), "wbx");
-  if (!file) throw failed(errno);
-  errno = 0;
-  const cairo_status_t status = cairo_surface_write_to_png_stream(
-      surface_,
-      [](void* to, const unsigned char* bytes, unsigned count) {
-        return std::fwrite(bytes, 1, count, static_cast<std::FILE*>(to)) == count ? CAIRO_STATUS_SUCCESS
-                                                                                  : CAIRO_STATUS_WRITE_ERROR;
-      },
-      file);
-  bool complete = status == CAIRO_STATUS_SUCCESS;
-  complete = std::fclose(file) == 0 && complete;
-  complete = complete && std::rename(part.c_str(), path.c_str()) == 0;
-  if (!complete) {
-    const int error = errno ? errno : EIO;
-    std::remove(part.c_str());
-    throw failed(error);
-  }
-}
-
 // The title, shortened from its end until it leaves room.
 std::string fitted(Canvas& canvas, std::string title, double room) {
   if (canvas.width(title) <= room) return title;
@@ -254,7 +133,7 @@ void drawFrequencyAxis(Canvas& canvas, double nyquist) {
 
 void drawLegend(Canvas& canvas, const Scale& scale) {
   canvas.fill(kLegendLeft, kTop, kLegendWidth, kRows,
-              [](int, int y) { return colour(static_cast<double>(kRows - 1 - y) / (kRows - 1)); });
+              [](int, int y) { return magma(static_cast<double>(kRows - 1 - y) / (kRows - 1)); });
   canvas.frame(kLegendLeft, kTop, kLegendWidth, kRows);
   const int right = kLegendLeft + kLegendWidth;
   for (double level = std::ceil(scale.low / 10) * 10; level <= scale.high; level += 10) {
@@ -277,9 +156,9 @@ void writePicture(const Picture& picture, const std::string& path) {
   }
   const Scale scale = scaleFor(pixels);
 
-  Canvas canvas;
+  Canvas canvas(kWidth, kHeight);
   canvas.fill(kLeft, kTop, kPictureColumns, kRows,
-              [&, pixel = pixels.begin()](int, int) mutable { return colour(scale.position(*pixel++)); });
+              [&, pixel = pixels.begin()](int, int) mutable { return magma(scale.position(*pixel++)); });
   canvas.grey(kInk);
   canvas.frame(kLeft, kTop, kPictureColumns, kRows);
   canvas.font(14);
