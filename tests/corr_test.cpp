@@ -376,7 +376,7 @@ void expectModes(const std::vector<Parts16>& sums, const std::vector<int32_t>& d
         Guarded<R> dst(sums.size());
         call(dst.data(), mode, scalePtr);
         std::vector<int16_t> got;
-        for (const R& x : dst.values()) append(got, x);
+        for (size_t i = 0; i < sums.size(); ++i) append(got, dst.data()[i]);
         ASSERT_EQ(got, want.parts) << "mode " << mode << ", factor " << factor;
       }
       ASSERT_EQ(found, mode & 4 ? want.factor : factor) << "mode " << mode;
