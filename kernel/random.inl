@@ -63,11 +63,20 @@ struct Subtraction {
 MOX_INLINE Subtraction subtractionOf(const DrawState& state) {
   return {state.hist[0], state.hist[1], state.hist[2], state.hist[2] + state.borrow};
 }
-// After n draws.
-MOX_INLINE DrawState stateAfter(const DrawState& before, const Subtraction& chain, size_t n) {
-  const LcgJump jump = lcgJump(n);
-  return {before.lcg * jump.factor + jump.term, chain.borrowed - chain.h2, {chain.h0, chain.h1, chain.h2}};
+MOX_INLINE DrawState stateOf(uint32_t lcg, const Subtraction& chain) {
+  return {lcg, chain.borrowed - chain.h2, {chain.h0, chain.h1, chain.h2}};
 }
+
+struct SingleDraws {
+  Subtraction chain;
+  uint32_t lcg;
+  MOX_INLINE int32_t next() {
+    lcg = lcg * kLcg.factor + kLcg.term;
+    return static_cast<int32_t>(chain.next() + lcg);
+  }
+  MOX_INLINE DrawState state() const { return stateOf(lcg, chain); }
+};
+MOX_INLINE SingleDraws singleDrawsOf(const DrawState& state) { return {subtractionOf(state), state.lcg}; }
 
 // Makes n draws, kDrawBlock at most: sink.take(draws) of every vector, sink.takeFew(draws, count) of what remains.
 template <class Sink>
@@ -94,7 +103,8 @@ MOX_INLINE void draw(DrawState& state, size_t n, Sink& sink) {
     lcg = lcg * kJump.factor + kJump.term;
   }
   if (taken < n) sink.takeFew(load<Words>(words + taken) + lcg, n - taken);
-  state = stateAfter(state, chain, n);
+  const LcgJump jump = lcgJump(n);
+  state = stateOf(state.lcg * jump.factor + jump.term, chain);
 }
 
 // ---- uniform
@@ -145,10 +155,9 @@ struct UniformSink {
 template <class T>
 void uniform(DrawState& state, double mid, double scale, T* dst, size_t n) {
   if (n == 1) {  // 5 ns in place of 20
-    Subtraction chain = subtractionOf(state);
-    const uint32_t d = chain.next();
-    state = stateAfter(state, chain, 1);
-    *dst = static_cast<T>(static_cast<double>(static_cast<int32_t>(d + state.lcg)) * scale + mid);
+    SingleDraws draws = singleDrawsOf(state);
+    *dst = static_cast<T>(draws.next() * scale + mid);
+    state = draws.state();
     return;
   }
   while (n > 0) {
@@ -219,6 +228,18 @@ MOX_INLINE size_t putAccepted(uint64_t* dst, DrawPairs p) {
 }
 #endif
 
+// One by one.
+struct Candidate {
+  uint64_t words;
+  double a, b, s;
+  bool accepted;
+};
+MOX_INLINE Candidate candidateOf(SingleDraws& draws) {
+  const int32_t first = draws.next(), second = draws.next();
+  const double a = first * 0x1p-31, b = second * 0x1p-31, s = a * a + b * b;
+  return {static_cast<uint32_t>(first) | uint64_t{static_cast<uint32_t>(second)} << 32, a, b, s, s > 0 && s < 1};
+}
+
 struct PairSink {
   uint64_t* dst;
   MOX_INLINE void take(Words draws) { dst += putAccepted(dst, reinterpret_cast<DrawPairs>(draws)); }
@@ -231,23 +252,15 @@ struct PairSink {
 };
 // n candidates; returns how many were accepted. dst has room for one more vector.
 MOX_NOINLINE size_t drawPairs(DrawState& state, uint64_t* dst, size_t n) {
-  if (n <= 2) {  // single calls, and the end of every block
-    Subtraction chain = subtractionOf(state);
-    uint32_t lcg = state.lcg;
+  if (n <= 2) {  // the end of every block
+    SingleDraws draws = singleDrawsOf(state);
     size_t count = 0;
     for (size_t i = 0; i < n; ++i) {
-      uint32_t words[2];
-      double squares = 0;
-      for (uint32_t& word : words) {
-        lcg = lcg * kLcg.factor + kLcg.term;
-        word = chain.next() + lcg;
-        const double unit = static_cast<int32_t>(word) * 0x1p-31;
-        squares = unit * unit + squares;
-      }
-      dst[count] = words[0] | uint64_t{words[1]} << 32;
-      count += squares > 0 && squares < 1;
+      const Candidate c = candidateOf(draws);
+      dst[count] = c.words;
+      count += c.accepted;
     }
-    state = stateAfter(state, chain, 2 * n);
+    state = draws.state();
     return count;
   }
   PairSink sink = {dst};
@@ -255,15 +268,33 @@ MOX_NOINLINE size_t drawPairs(DrawState& state, uint64_t* dst, size_t n) {
   return static_cast<size_t>(sink.dst - dst);
 }
 
+template <class V>
+MOX_INLINE V polarFactor(V s) {
+  return squareRoot(LnDouble<>::plain(s) * -2 / s);
+}
 template <class T>
 MOX_INLINE void putGaussian(T* dst, DrawPairs p, double mean, double stdDev) {
   const Pair<Full<double>> unit = unitDraws(p);
-  const Full<double> s = sumOfSquares(unit), f = root(LnDouble<>::plain(s) * -2 / s);
+  const Full<double> f = polarFactor(sumOfSquares(unit));
   putDoubles(dst, zipped(Pair<Full<double>>{unit.a * stdDev * f + mean, unit.b * stdDev * f + mean}));
+}
+
+// Single calls: 16 ns in place of 40.
+template <class T>
+MOX_NOINLINE void gaussianPair(DrawState& state, double mean, double stdDev, T* dst) {
+  SingleDraws draws = singleDrawsOf(state);
+  Candidate c = candidateOf(draws);
+  while (!c.accepted) c = candidateOf(draws);
+  state = draws.state();
+  const Vec<double, 2> unit = {c.a, c.b};
+  const Vec<double, 2> v = unit * stdDev * polarFactor(broadcast<Vec<double, 2>>(c.s)) + mean;
+  dst[0] = static_cast<T>(v[0]);
+  dst[1] = static_cast<T>(v[1]);
 }
 
 template <class T>
 void gaussianPairs(DrawState& state, double mean, double stdDev, T* dst, size_t pairs) {
+  if (pairs == 1) return gaussianPair(state, mean, stdDev, dst);
   constexpr size_t kMost = kDrawBlock / 2;
   uint64_t accepted[kDrawBlock + kPairLanes];
   while (pairs > 0) {

@@ -52,9 +52,8 @@ void gaussianValues(State& state, R* dst, size_t n) {
     --n;
   }
   if (n == 0) return;
-  kernel::DrawState draws = drawsOf(state);
   const auto pairs = [&](R* to, size_t count) {
-    randomOf<R>().gaussianPairs(draws, state.mean, state.stdDev, to, count);
+    randomOf<R>().gaussianPairs(drawsOf(state), state.mean, state.stdDev, to, count);
     state.cached = to[2 * count - 1];
   };
   if (n > 1) pairs(dst, n / 2);
@@ -64,7 +63,6 @@ void gaussianValues(State& state, R* dst, size_t n) {
     dst[n - 1] = last[0];
     state.hasCached = 1;
   }
-  keep(draws, state);
 }
 template <class State>
 void gaussianValues(State& state, int16_t* dst, size_t n) {
