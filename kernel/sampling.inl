@@ -11,13 +11,16 @@ struct SampleOf<16> {
 template <int kBytes>
 using Sample = typename SampleOf<kBytes>::type;
 
+// Elements and vectors of any alignment.
 template <int kBytes>
 MOX_INLINE Sample<kBytes> sampleAt(const uint8_t* p) {
-  return loadOne(reinterpret_cast<const Sample<kBytes>*>(p));
+  Sample<kBytes> x;
+  __builtin_memcpy(&x, p, sizeof x);
+  return x;
 }
 template <class T>
 MOX_INLINE void putAt(uint8_t* p, T x) {
-  storeOne(reinterpret_cast<T*>(p), x);
+  __builtin_memcpy(p, &x, sizeof x);
 }
 
 #if MOX_VEC_BYTES >= 32

@@ -17,7 +17,7 @@ int32_t seedOf(R seed) {
   return value > -0x1p31 - 1 && value < 0x1p31 ? static_cast<int32_t>(value) : INT32_MIN;
 }
 
-// The generator's words stand in every record as the kernels have them: copies would cost a single call 10 of 15 ns.
+// The generator's words stand in every record as the kernels have them: copies would cost a single call 9 of 15 ns.
 template <class State>
 kernel::DrawState& drawsOf(State& state) {
   constexpr size_t begin = offsetof(State, lcg);

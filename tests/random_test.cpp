@@ -128,7 +128,8 @@ TEST(RandomDraws, AreTheRecurrenceForEverySeed) {
         Model model(int64_t(seed), 0);
         for (int i = 0; i < 5; ++i) model.draw();
         ASSERT_TRUE(isAt(state, model)) << seed;
-        for (const double value : blockOf<double>(moxdbRandUni, state, n)) ASSERT_EQ(value, model.draw()) << seed;
+        for (const double value : blockOf<double>(moxdbRandUni, state, n))
+          ASSERT_EQ(value, double(model.draw())) << seed;
         ASSERT_TRUE(isAt(state, model)) << seed << " " << n;
       }
     }
@@ -153,7 +154,7 @@ TEST(RandomDraws, BorrowAndWrapAtTheEndsOfTheRange) {
             MoxdRandUniState state = {0, 1, 0xfffffff0, borrow, h0, h1, h2, 0}, single = state;
             Model model(state);
             for (const double value : blockOf<double>(moxdbRandUni, state, 40)) {
-              ASSERT_EQ(value, model.draw()) << h1 << " " << h2 << " " << borrow;
+              ASSERT_EQ(value, double(model.draw())) << h1 << " " << h2 << " " << borrow;
               ASSERT_EQ(value, moxdRandUni(&single));
             }
             ASSERT_TRUE(isAt(state, model) && isAt(single, model));
