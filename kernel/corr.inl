@@ -19,8 +19,8 @@ void lagWindow(const T* b, size_t lenB, ptrdiff_t from, size_t n, double* x) {
 }
 
 // Few outputs: sums[i] = sum over t < count of taps[t] w[i + t step], i < n, a multiple of 8; count is one of 32 /
-// step. A single sum would wait for itself at every tap, so there are four for an output: that of the taps t with t
-// step / 8 mod 4 = 0, and so on. n reads to the end of its vectors.
+// step. A single sum would wait for itself at every tap, so there are four for an output: tap t goes to that of number
+// t step / 8 mod 4.
 constexpr size_t kFewLags = 24;
 constexpr int kFewRows = sizeof(void*) == 4 ? 1 : kVecBytes == 64 ? 3 : 2;
 
@@ -114,7 +114,7 @@ void slideLags(const T* a, size_t lenA, const T* b, size_t lenB, ptrdiff_t at, d
     lagWindow<S>(b, lenB, at + static_cast<ptrdiff_t>(done), samples, x);
     const bool add = done > 0;
     if (few) {
-      // Zeros up to a whole group of taps, and against them.
+      // Zeros up to a whole group of taps.
       const size_t taps = roundedUp(k, 32 / S);
       for (size_t j = k; j < taps; ++j) {
         re[j] = 0;
@@ -212,11 +212,26 @@ void addNeighbourProducts(const T* a, const T* next, double* sums, size_t n, boo
 
 // ---- results
 
+using FirLongs = Vec<int64_t, kFirLanes>;
+MOX_INLINE bool noLane(FirLongs mask) {
+  int64_t any = 0;
+  for (int i = 0; i < kFirLanes; ++i) any |= mask[i];
+  return any == 0;
+}
+
 // dst[i] = sums[i] * factor, rounded.
 template <class T>
 bool roundedSums(const double* sums, T* dst, size_t n, double factor) {
-  bool defined = true;
-  for (size_t i = 0; i < n; ++i) {
+  const FirVec factors = broadcast<FirVec>(factor);
+  FirLongs undefined{};
+  size_t i = 0;
+  for (; i + kFirLanes <= n; i += kFirLanes) {
+    const FirVec v = load<FirVec>(sums + i) * factors;
+    undefined |= reinterpret_cast<FirLongs>(v != v);
+    firStore(dst + i, v);
+  }
+  bool defined = noLane(undefined);
+  for (; i < n; ++i) {
     const double v = sums[i] * factor;
     defined &= v == v;
     dst[i] = static_cast<T>(v);
@@ -224,22 +239,31 @@ bool roundedSums(const double* sums, T* dst, size_t n, double factor) {
   return defined;
 }
 
-template <size_t Parts, class From, class T>
+// dst[k] = src[k] * (1 / (len - k)) in every part of a value.
+template <int Parts, class From, class T>
 MOX_INLINE bool unbiasedParts(const From* src, T* dst, size_t n, double len) {
-  bool defined = true;
-  for (size_t k = 0; k < n; ++k) {
-    const double factor = 1 / (len - static_cast<double>(static_cast<int32_t>(k)));
-    for (size_t i = k * Parts; i < (k + 1) * Parts; ++i) {
-      const double v = double{src[i]} * factor;
-      defined &= v == v;
-      dst[i] = static_cast<T>(v);
-    }
+  FirVec rest = broadcast<FirVec>(len);
+#pragma GCC unroll 8
+  for (int i = 0; i < kFirLanes; ++i) rest[i] -= i / Parts;
+  FirLongs undefined{};
+  size_t i = 0;
+  for (; i + kFirLanes <= n; i += kFirLanes) {
+    const FirVec v = wide(src + i, static_cast<FirVec*>(nullptr)) * (broadcast<FirVec>(1) / rest);
+    rest -= broadcast<FirVec>(kFirLanes / Parts);
+    undefined |= reinterpret_cast<FirLongs>(v != v);
+    firStore(dst + i, v);
+  }
+  bool defined = noLane(undefined);
+  for (int k = 0; i < n; ++i, ++k) {
+    const double v = double{src[i]} * (1 / rest[k]);
+    defined &= v == v;
+    dst[i] = static_cast<T>(v);
   }
   return defined;
 }
 template <class From, class T>
 bool unbiased(const From* src, T* dst, size_t n, size_t parts, double len) {
-  return parts == 1 ? unbiasedParts<1>(src, dst, n, len) : unbiasedParts<2>(src, dst, n, len);
+  return parts == 1 ? unbiasedParts<1>(src, dst, n, len) : unbiasedParts<2>(src, dst, 2 * n, len);
 }
 
 template <class T>

@@ -216,9 +216,9 @@ struct FirFast {
 // Sums of conj(a[n]) b[n + k] over n, for neighbouring lags k, and what leads to them through transforms.
 template <class T>
 struct Correlation {
-  // sums[i] = sum over n < lenA of conj(a[n]) b[at + n + i], i < count, in float64; b is 0 outside of its lenB values,
-  // and products with those zeros are formed. At most kLagSums reals; lenA > 0. The order of a sum depends on lenA and
-  // count alone.
+  // sums[i] = sum over n < lenA of conj(a[n]) b[at + n + i], i < count, in float64; b is 0 outside of its lenB values.
+  // Sums that come out as NaN may have met an infinity with a zero that is no term. At most kLagSums reals; lenA > 0.
+  // The order of a sum depends on lenA and count alone.
   using Slide = void (*)(const T* a, size_t lenA, const T* b, size_t lenB, ptrdiff_t at, double* sums, size_t count);
   Slide real;
   Slide realComplex;  // a real, b complex

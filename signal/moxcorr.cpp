@@ -261,11 +261,12 @@ struct Plan {
   int64_t step;  // values of a, or lags, in a block
 };
 
-// The one of least cost, as transforms times n log n, among those whose buffers are not much longer than the lags are
-// many.
+// The one of least cost, as transforms times n log n and something for each, among those whose buffers are not much
+// longer than the lags are many.
 template <class A, class B>
 Plan planOf(const Lags<A, B>& p) {
   constexpr int kUnbounded = 10;  // a length that is short in any case
+  constexpr int64_t kEach = 1024;
   const int whole = std::max({kLeastOrder, orderOf(std::max({p.lenA, p.lenB, p.lenB - p.lo, p.lenA + p.hi}))});
   const int most = std::min(whole, std::max(kUnbounded, orderOf(p.size()) + 2));
   Plan best = {};
@@ -275,7 +276,7 @@ Plan planOf(const Lags<A, B>& p) {
     const auto consider = [&](Cut cut, int64_t step, int64_t of, int64_t each, int64_t once) {
       if (step < 1) return;
       const int64_t transforms = corrcost::blocksOf(of, step) * each + once;
-      const double cost = static_cast<double>(transforms) * static_cast<double>(n) * order;
+      const double cost = static_cast<double>(transforms) * static_cast<double>(n * order + kEach);
       if (cost < least) {
         least = cost;
         best = {cut, order, step};

@@ -217,26 +217,27 @@ TEST(CrossCorrelation, LagsAtTheEndsOfTheirType) {
   EXPECT_NEAR(dst[n + 49999], 5e4, 1);
 }
 
-// Sums and transforms; cross-correlations in every arrangement.
+// Sums, of few lags and of many; transforms, in every arrangement.
 TEST(Correlation, AnInfinityReachesOnlyTheLagsOfItsTerms) {
   forEachLevel([] {
     struct {
       int lenA, lenB, at, lo, hi;
-    } const shapes[] = {{60, 60, 3, -59, 59},
-                        {1024, 1024, 1000, -1023, 1023},
-                        {2000, 2000, 5, -40, 60},
-                        {64, 3000, 0, -63, 2999},
-                        {3000, 64, 2500, -2999, 63}};
+    } const shapes[] = {{60, 60, 3, -59, 59},     {90, 90, 85, -8, 9},      {1024, 1024, 1000, -1023, 1023},
+                        {2000, 2000, 5, -40, 60}, {64, 3000, 0, -63, 2999}, {3000, 64, 2500, -2999, 63}};
     for (const auto& s : shapes) {
-      std::vector<float> a(static_cast<size_t>(s.lenA), 1), b(static_cast<size_t>(s.lenB), 1);
-      std::vector<float> r(static_cast<size_t>(s.hi - s.lo + 1));
-      a[static_cast<size_t>(s.at)] = INFINITY;
-      moxsCrossCorr(a.data(), s.lenA, b.data(), s.lenB, r.data(), s.lo, s.hi);
-      for (int k = s.lo; k <= s.hi; ++k) {
-        const bool meets = s.at + k >= 0 && s.at + k < s.lenB;
-        const int terms = std::min(s.lenA, s.lenB - k) - std::max(0, -k);
-        ASSERT_EQ(r[static_cast<size_t>(k - s.lo)], meets ? INFINITY : static_cast<float>(terms))
-            << s.lenA << " and " << s.lenB << ", lag " << k;
+      for (const bool inA : {true, false}) {
+        std::vector<float> a(static_cast<size_t>(s.lenA), 1), b(static_cast<size_t>(s.lenB), 1);
+        std::vector<float> r(static_cast<size_t>(s.hi - s.lo + 1));
+        const int at = inA ? s.at : s.lenB - 1 - s.at % s.lenB;
+        (inA ? a : b)[static_cast<size_t>(at)] = INFINITY;
+        moxsCrossCorr(a.data(), s.lenA, b.data(), s.lenB, r.data(), s.lo, s.hi);
+        for (int k = s.lo; k <= s.hi; ++k) {
+          const int other = inA ? at + k : at - k;
+          const bool meets = other >= 0 && other < (inA ? s.lenB : s.lenA);
+          const int terms = std::min(s.lenA, s.lenB - k) - std::max(0, -k);
+          ASSERT_EQ(r[static_cast<size_t>(k - s.lo)], meets ? INFINITY : static_cast<float>(terms))
+              << s.lenA << " and " << s.lenB << ", lag " << k << (inA ? ", in a" : ", in b");
+        }
       }
     }
     // Squares beyond float32, which sums bring back with 1/len.
