@@ -44,7 +44,7 @@ TEST_F(Photo, FindsTheShiftAndChangesTheDetail) {
     ASSERT_EQ(code, 0) << err;
     const std::string shift = std::to_string(photo.width / 7) + " " + std::to_string(photo.height / 9);
     EXPECT_NE(out.find("found " + shift + ", true " + shift), std::string::npos) << out;
-    EXPECT_LT(figure("blurred to "), 0.1);
+    EXPECT_LT(figure("blurred to "), 0.16);
     EXPECT_GT(figure("sharpened to "), 1.5);
     EXPECT_EQ(contents(in("page.png")).substr(1, 3), "PNG");
   }
