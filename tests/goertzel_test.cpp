@@ -238,10 +238,12 @@ TYPED_TEST(Goertzel, InitAndReset) {
     State state = {1, 1, 1, 1, {7, 7}, {7, 7}};
     Api<T>::init(freq, &state);
     const double angle = static_cast<double>(freq) * 6.283185307179586;
+    // Next to pi / 2 the cosine of some C libraries for 32 bits is good to 15 bits.
+    const double cosine = freq == Real(0.25) ? 6.123233995736766e-17 : std::cos(angle);
     EXPECT_EQ(state.freq, freq);
-    EXPECT_EQ(state.cosW, static_cast<Real>(std::cos(angle)));
+    EXPECT_EQ(state.cosW, static_cast<Real>(cosine));
     EXPECT_EQ(state.sinW, static_cast<Real>(std::sin(angle)));
-    EXPECT_EQ(state.twoCosW, static_cast<Real>(2.0 * std::cos(angle)));
+    EXPECT_EQ(state.twoCosW, static_cast<Real>(2.0 * cosine));
     EXPECT_TRUE(state.delay1.re == 0 && state.delay2.re == 0 && state.delay1.im == c && state.delay2.im == c);
     state.delay1 = state.delay2 = {7, 7};
     const State before = state;
