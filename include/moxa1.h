@@ -2270,7 +2270,7 @@ MOX_API void MOX_CALL moxvbRandGaus(MoxsRandGausState* statePtr, MoxV* samps, in
  * Triangles: every sample outputs the value and adds the step; what goes over a peak is turned back with the slope
  * of the other side. Blocks give the bits of single samples.
  *
- * Checks of this group: the first condition that holds is reported, alone.
+ * Checks of this group: Init reports the first condition that holds, alone; the others report all that hold.
  * @{ */
 
 /** A real tone: float32 and int16. */

@@ -16,6 +16,8 @@ bool isWithin(Real x, double low, double end) {
   return x >= low && x < end;
 }
 
+inline constexpr auto nullState = [] { return "Null pointer to state"; };
+
 inline constexpr double kTwoPi = 6.283185307179586;
 
 }  // namespace mox

@@ -53,7 +53,7 @@ void run(State& state, T* dst, int32_t n) {
 
 template <class T, class State>
 T next(State* statePtr, Site site = Triangle()) {
-  if (refused(site, Fault{!statePtr, "Null pointer to state"})) return {};
+  if (rejected(site, check(!statePtr, nullState))) return {};
   T y;
   run(*statePtr, &y, 1);
   return y;
@@ -61,10 +61,9 @@ T next(State* statePtr, Site site = Triangle()) {
 
 template <class T, class State>
 void block(State* statePtr, T* dst, int32_t n, Site site = Triangle()) {
-  if (refused(site, Fault{!statePtr, "Null pointer to state"}, Fault{!dst, "Null pointer to buffer"},
-              Fault{n < 1, "Invalid number of items"})) {
-    return;
-  }
+  constexpr auto nullBuffer = [] { return "Null pointer to buffer"; };
+  constexpr auto noItems = [] { return "Invalid number of items"; };
+  if (rejected(site, check(!statePtr, nullState), check(!dst, nullBuffer), check(n < 1, noItems))) return;
   run(*statePtr, dst, n);
 }
 

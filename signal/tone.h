@@ -31,9 +31,11 @@ void toneInit(Real rFreq, Real phase, Real mag, State* statePtr, Site site) {
   std::memcpy(statePtr->marker, kToneMarker, sizeof kToneMarker);
 }
 
+inline constexpr auto noMarker = [] { return "Structure initialization need"; };
+
 template <class State>
 bool lacksMarker(const State* statePtr) {
-  return !statePtr || std::memcmp(statePtr->marker, kToneMarker, sizeof kToneMarker) != 0;
+  return statePtr && std::memcmp(statePtr->marker, kToneMarker, sizeof kToneMarker) != 0;
 }
 
 template <class T, class State>
@@ -52,10 +54,7 @@ void toneRun(State* statePtr, T* dst, int32_t n) {
 
 template <class T, class State>
 T toneNext(State* statePtr, Site site) {
-  if (refused(site, Fault{!statePtr, "Null pointer to state"},
-              Fault{lacksMarker(statePtr), "Structure initialization need"})) {
-    return {};
-  }
+  if (rejected(site, check(!statePtr, nullState), check(lacksMarker(statePtr), noMarker))) return {};
   T y;
   toneRun(statePtr, &y, 1);
   return y;
@@ -63,9 +62,10 @@ T toneNext(State* statePtr, Site site) {
 
 template <class T, class State>
 void toneBlock(State* statePtr, T* dst, int32_t n, Site site) {
-  if (refused(site, Fault{!statePtr, "Null pointer to state"},
-              Fault{lacksMarker(statePtr), "Structure initialization need"}, Fault{!dst, "Null input buffer pointer"},
-              Fault{n < 1, "Bad number of items"})) {
+  constexpr auto nullBuffer = [] { return "Null input buffer pointer"; };
+  constexpr auto noItems = [] { return "Bad number of items"; };
+  if (rejected(site, check(!statePtr, nullState), check(lacksMarker(statePtr), noMarker), check(!dst, nullBuffer),
+               check(n < 1, noItems))) {
     return;
   }
   toneRun(statePtr, dst, n);

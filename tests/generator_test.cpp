@@ -228,9 +228,14 @@ TYPED_TEST(Generators, BadArguments) {
   const std::string prefix = std::string("mox") + F::kLetter;
   const char* const toneFile = F::kLetter == 'w' || F::kLetter == 'v' ? "moxtonew" : "moxtone";
   Reports reports;
-  const auto reported = [&](const std::string& name, const char* text, const char* file) {
+  const auto reportedAll = [&](const std::string& name, const Strings& texts, const char* file) {
     for (const Report& r : reports.all()) EXPECT_EQ(r.file, file);
-    EXPECT_EQ(reports.take(), Strings{prefix + name + ": " + text + " (-5)"});
+    Strings expected;
+    for (const auto& text : texts) expected.push_back(prefix + name + ": " + text + " (-5)");
+    EXPECT_EQ(reports.take(), expected);
+  };
+  const auto reported = [&](const std::string& name, const char* text, const char* file) {
+    reportedAll(name, {text}, file);
   };
   struct Bad {
     Real f, phase, mag, asym;
@@ -274,21 +279,22 @@ TYPED_TEST(Generators, BadArguments) {
   reported("Tone", "Structure initialization need", toneFile);
   EXPECT_TRUE(sameBits(F::next(static_cast<typename F::Trngl*>(nullptr)), zero));
   reported("Trngl", "Null pointer to state", "moxtrngl");
-  F::block(static_cast<typename F::Tone*>(nullptr), &y, 0);
-  reported("bTone", "Null pointer to state", toneFile);
+  const char *const noBuffer = "Null input buffer pointer", *const noItems = "Bad number of items";
+  F::block(static_cast<typename F::Tone*>(nullptr), nullptr, 0);
+  reportedAll("bTone", {"Null pointer to state", noBuffer, noItems}, toneFile);
   F::block(&tone, nullptr, 0);
-  reported("bTone", "Structure initialization need", toneFile);
-  F::block(static_cast<typename F::Trngl*>(nullptr), &y, 0);
-  reported("bTrngl", "Null pointer to state", "moxtrngl");
+  reportedAll("bTone", {"Structure initialization need", noBuffer, noItems}, toneFile);
+  F::block(static_cast<typename F::Trngl*>(nullptr), nullptr, 0);
+  reportedAll("bTrngl", {"Null pointer to state", "Null pointer to buffer", "Invalid number of items"}, "moxtrngl");
   F::init(0, 0, 1, 0, &tone);
   F::init(0, 0, 1, 0, &triangle);
   toneBefore = tone;
   triangleBefore = triangle;
-  F::block(&tone, nullptr, 0);
-  reported("bTone", "Null input buffer pointer", toneFile);
+  F::block(&tone, nullptr, 1);
+  reported("bTone", noBuffer, toneFile);
   F::block(&tone, &y, 0);
-  reported("bTone", "Bad number of items", toneFile);
-  F::block(&triangle, nullptr, 0);
+  reported("bTone", noItems, toneFile);
+  F::block(&triangle, nullptr, 1);
   reported("bTrngl", "Null pointer to buffer", "moxtrngl");
   F::block(&triangle, &y, -1);
   reported("bTrngl", "Invalid number of items", "moxtrngl");
