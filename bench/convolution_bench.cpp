@@ -1,7 +1,6 @@
 // Convolutions of two signals of given lengths, named by the longer one; the shorter one is in the case's name. The
 // peer is FFTW in the same precision: one transform of everything, or overlap-add with whichever length is the fastest,
 // in buffers and with plans that it keeps.
-#include <fftw3.h>
 
 #include <algorithm>
 #include <chrono>
@@ -12,6 +11,7 @@
 #include <memory>
 #include <vector>
 
+#include "bench/fftw.h"
 #include "bench/plain_filters.h"
 #include "bench/support.h"
 
@@ -42,33 +42,6 @@ std::string wrong(const Lengths& n, size_t parts) {
   }
   return "";
 }
-
-template <class R>
-struct Fftw;
-template <>
-struct Fftw<float> {
-  using Plan = fftwf_plan;
-  using Complex = fftwf_complex;
-  static constexpr auto real = fftwf_alloc_real;
-  static constexpr auto free = fftwf_free;
-  static constexpr auto destroy = fftwf_destroy_plan;
-  static constexpr auto execute = fftwf_execute;
-  static constexpr auto toSpectrum = fftwf_plan_dft_r2c_1d;
-  static constexpr auto toSignal = fftwf_plan_dft_c2r_1d;
-  static constexpr auto complex = fftwf_plan_dft_1d;
-};
-template <>
-struct Fftw<double> {
-  using Plan = fftw_plan;
-  using Complex = fftw_complex;
-  static constexpr auto real = fftw_alloc_real;
-  static constexpr auto free = fftw_free;
-  static constexpr auto destroy = fftw_destroy_plan;
-  static constexpr auto execute = fftw_execute;
-  static constexpr auto toSpectrum = fftw_plan_dft_r2c_1d;
-  static constexpr auto toSignal = fftw_plan_dft_c2r_1d;
-  static constexpr auto complex = fftw_plan_dft_1d;
-};
 
 // Blocks of `length` values; a single one if that holds all results.
 template <class R>

@@ -3,7 +3,6 @@
 // successor, summed spectra; cross-correlation: the longer sequence in pieces), whichever lengths do best. Ours sum in
 // float64 or transform in the precision of the data, as FFTW.
 #include <cblas.h>
-#include <fftw3.h>
 
 #include <algorithm>
 #include <cmath>
@@ -11,50 +10,18 @@
 #include <memory>
 #include <vector>
 
+#include "bench/fftw.h"
 #include "bench/native.h"
 #include "bench/support.h"
 
 namespace moxbench {
 namespace {
 
-// ---- FFTW in either precision
-
-template <class T>
-struct Fftw;
-template <>
-struct Fftw<float> {
-  using Plan = fftwf_plan;
-  static void* allocate(size_t bytes) { return fftwf_malloc(bytes); }
-  static void release(void* p) { fftwf_free(p); }
-  static Plan forward(size_t n, float* x, float* spectrum) {
-    return fftwf_plan_dft_r2c_1d(static_cast<int>(n), x, reinterpret_cast<fftwf_complex*>(spectrum), FFTW_MEASURE);
-  }
-  static Plan inverse(size_t n, float* spectrum, float* x) {
-    return fftwf_plan_dft_c2r_1d(static_cast<int>(n), reinterpret_cast<fftwf_complex*>(spectrum), x, FFTW_MEASURE);
-  }
-  static void run(Plan p) { fftwf_execute(p); }
-  static void destroy(Plan p) { fftwf_destroy_plan(p); }
-};
-template <>
-struct Fftw<double> {
-  using Plan = fftw_plan;
-  static void* allocate(size_t bytes) { return fftw_malloc(bytes); }
-  static void release(void* p) { fftw_free(p); }
-  static Plan forward(size_t n, double* x, double* spectrum) {
-    return fftw_plan_dft_r2c_1d(static_cast<int>(n), x, reinterpret_cast<fftw_complex*>(spectrum), FFTW_MEASURE);
-  }
-  static Plan inverse(size_t n, double* spectrum, double* x) {
-    return fftw_plan_dft_c2r_1d(static_cast<int>(n), reinterpret_cast<fftw_complex*>(spectrum), x, FFTW_MEASURE);
-  }
-  static void run(Plan p) { fftw_execute(p); }
-  static void destroy(Plan p) { fftw_destroy_plan(p); }
-};
-
 template <class T>
 class Array {
  public:
-  explicit Array(size_t n) : values_(static_cast<T*>(Fftw<T>::allocate(n * sizeof(T)))) {}
-  ~Array() { Fftw<T>::release(values_); }
+  explicit Array(size_t n) : values_(Fftw<T>::real(n)) {}
+  ~Array() { Fftw<T>::free(values_); }
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
   operator T*() const { return values_; }
@@ -69,12 +36,11 @@ struct Transform {
   size_t n;
   Array<T> x, spectrum;
   typename Fftw<T>::Plan forward, inverse;
-  explicit Transform(size_t length)
-      : n(length),
-        x(length),
-        spectrum(length + 2),
-        forward(Fftw<T>::forward(length, x, spectrum)),
-        inverse(Fftw<T>::inverse(length, spectrum, x)) {}
+  explicit Transform(size_t length) : n(length), x(length), spectrum(length + 2) {
+    auto* const bins = reinterpret_cast<typename Fftw<T>::Complex*>(static_cast<T*>(spectrum));
+    forward = Fftw<T>::toSpectrum(static_cast<int>(length), x, bins, FFTW_MEASURE);
+    inverse = Fftw<T>::toSignal(static_cast<int>(length), bins, x, FFTW_MEASURE);
+  }
   ~Transform() {
     Fftw<T>::destroy(forward);
     Fftw<T>::destroy(inverse);
@@ -87,7 +53,7 @@ struct Transform {
     std::fill_n(static_cast<T*>(x), before, T{0});
     std::copy_n(values, count, x + before);
     std::fill(x + before + count, x + n, T{0});
-    Fftw<T>::run(forward);
+    Fftw<T>::execute(forward);
   }
 };
 
@@ -188,7 +154,7 @@ struct Whole : Peer<T> {
       b.of(array<T>(1), static_cast<size_t>(-c.lo), c.lenB);
       nativeConjProduct(a.spectrum, b.spectrum, factor, a.spectrum, a.bins());
     }
-    Fftw<T>::run(a.inverse);
+    Fftw<T>::execute(a.inverse);
     std::copy_n(static_cast<T*>(a.x), c.lags(), array<T>(2));
   }
 };
@@ -211,7 +177,7 @@ struct AutoBlocks : Peer<T> {
     }
     nativeAddPower(now->spectrum, sum, one.bins());
     std::copy_n(static_cast<T*>(sum), one.n + 2, static_cast<T*>(one.spectrum));
-    Fftw<T>::run(one.inverse);
+    Fftw<T>::execute(one.inverse);
     for (size_t i = 0; i < c.lags(); ++i) array<T>(2)[i] = one.x[i] / static_cast<T>(one.n);
   }
 };
@@ -230,7 +196,7 @@ struct CrossBlocks : Peer<T> {
       const size_t before = from < 0 ? static_cast<size_t>(-from) : 0, first = from < 0 ? 0 : static_cast<size_t>(from);
       b.of(array<T>(1) + first, before, std::min(a.n - before, c.lenB - first));
       nativeConjProduct(a.spectrum, b.spectrum, T{1} / static_cast<T>(a.n), b.spectrum, a.bins());
-      Fftw<T>::run(b.inverse);
+      Fftw<T>::execute(b.inverse);
       std::copy_n(static_cast<T*>(b.x), std::min(step, c.lags() - done), array<T>(2) + done);
     }
   }

@@ -1,5 +1,4 @@
 // Transforms of 2^3 to 2^20 values in natural order, against FFTW with measured plans of the same kind.
-#include <fftw3.h>
 
 #include <algorithm>
 #include <cmath>
@@ -7,46 +6,13 @@
 #include <memory>
 #include <vector>
 
+#include "bench/fftw.h"
 #include "bench/support.h"
 
 namespace moxbench {
 namespace {
 
 constexpr int kOrders[] = {3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
-
-// FFTW's interface by element type.
-template <class T>
-struct Fftw;
-template <>
-struct Fftw<float> {
-  using Plan = fftwf_plan;
-  using Complex = fftwf_complex;
-  static constexpr auto complex = fftwf_plan_dft_1d;
-  static constexpr auto toSpectrum = fftwf_plan_dft_r2c_1d;
-  static constexpr auto toSignal = fftwf_plan_dft_c2r_1d;
-  static constexpr auto execute = fftwf_execute;
-  static constexpr auto destroy = fftwf_destroy_plan;
-};
-template <>
-struct Fftw<double> {
-  using Plan = fftw_plan;
-  using Complex = fftw_complex;
-  static constexpr auto complex = fftw_plan_dft_1d;
-  static constexpr auto toSpectrum = fftw_plan_dft_r2c_1d;
-  static constexpr auto toSignal = fftw_plan_dft_c2r_1d;
-  static constexpr auto execute = fftw_execute;
-  static constexpr auto destroy = fftw_destroy_plan;
-};
-template <>
-struct Fftw<long double> {
-  using Plan = fftwl_plan;
-  using Complex = fftwl_complex;
-  static constexpr auto complex = fftwl_plan_dft_1d;
-  static constexpr auto toSpectrum = fftwl_plan_dft_r2c_1d;
-  static constexpr auto toSignal = fftwl_plan_dft_c2r_1d;
-  static constexpr auto execute = fftwl_execute;
-  static constexpr auto destroy = fftwl_destroy_plan;
-};
 
 // Our interface by element type.
 void complexTransform(const float* in, float* out, int order, int flags) {

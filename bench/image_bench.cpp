@@ -1,6 +1,5 @@
 // Two-dimensional convolution and filtering: small kernels against loops that sum in double, large ones against FFTW's
 // real transforms of the whole image. Sizes are those of square kernels.
-#include <fftw3.h>
 
 #include <algorithm>
 #include <cmath>
@@ -8,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "bench/fftw.h"
 #include "bench/plain_images.h"
 #include "bench/support.h"
 
@@ -21,28 +21,12 @@ struct Library<float> {
   static constexpr const char* name = "float";
   static constexpr auto conv = moxsConv2D;
   static constexpr auto filter = moxsFilter2D;
-  using Complex = fftwf_complex;
-  using Plan = fftwf_plan;
-  static constexpr auto allocate = fftwf_malloc;
-  static constexpr auto release = fftwf_free;
-  static constexpr auto planForward = fftwf_plan_dft_r2c_2d;
-  static constexpr auto planInverse = fftwf_plan_dft_c2r_2d;
-  static constexpr auto execute = fftwf_execute;
-  static constexpr auto destroy = fftwf_destroy_plan;
 };
 template <>
 struct Library<double> {
   static constexpr const char* name = "double";
   static constexpr auto conv = moxdConv2D;
   static constexpr auto filter = moxdFilter2D;
-  using Complex = fftw_complex;
-  using Plan = fftw_plan;
-  static constexpr auto allocate = fftw_malloc;
-  static constexpr auto release = fftw_free;
-  static constexpr auto planForward = fftw_plan_dft_r2c_2d;
-  static constexpr auto planInverse = fftw_plan_dft_c2r_2d;
-  static constexpr auto execute = fftw_execute;
-  static constexpr auto destroy = fftw_destroy_plan;
 };
 
 // n x n values in array 0 and k x k in array 1; full results in array 2, or those of the image's own size.
@@ -98,27 +82,27 @@ size_t goodSize(size_t least) {
 
 template <class T>
 class Transforms {
-  using L = Library<T>;
-  using Complex = typename L::Complex;
+  using F = Fftw<T>;
+  using Complex = typename F::Complex;
 
  public:
   explicit Transforms(const Case& c)
       : case_(c),
         size_(goodSize(c.n + c.k - 1)),
-        image_(static_cast<T*>(L::allocate(size_ * size_ * sizeof(T)))),
-        taps_(static_cast<T*>(L::allocate(size_ * size_ * sizeof(T)))),
-        spectrum_(static_cast<Complex*>(L::allocate(bins() * sizeof(Complex)))),
-        response_(static_cast<Complex*>(L::allocate(bins() * sizeof(Complex)))) {
+        image_(F::real(size_ * size_)),
+        taps_(F::real(size_ * size_)),
+        spectrum_(reinterpret_cast<Complex*>(F::real(2 * bins()))),
+        response_(reinterpret_cast<Complex*>(F::real(2 * bins()))) {
     const int n = static_cast<int>(size_);
-    ofImage_ = L::planForward(n, n, image_, spectrum_, FFTW_MEASURE);
-    ofTaps_ = L::planForward(n, n, taps_, response_, FFTW_MEASURE);
-    back_ = L::planInverse(n, n, spectrum_, image_, FFTW_MEASURE);
+    ofImage_ = F::toSpectrum2D(n, n, image_, spectrum_, FFTW_MEASURE);
+    ofTaps_ = F::toSpectrum2D(n, n, taps_, response_, FFTW_MEASURE);
+    back_ = F::toSignal2D(n, n, spectrum_, image_, FFTW_MEASURE);
   }
   ~Transforms() {
-    for (const auto plan : {ofImage_, ofTaps_, back_}) L::destroy(plan);
+    for (const auto plan : {ofImage_, ofTaps_, back_}) F::destroy(plan);
     for (void* const memory : {static_cast<void*>(image_), static_cast<void*>(taps_), static_cast<void*>(spectrum_),
                                static_cast<void*>(response_)}) {
-      L::release(memory);
+      F::free(memory);
     }
   }
   Transforms(const Transforms&) = delete;
@@ -127,15 +111,15 @@ class Transforms {
   void run() {
     pad(array<T>(0), case_.n, image_);
     pad(array<T>(1), case_.k, taps_);
-    L::execute(ofImage_);
-    L::execute(ofTaps_);
+    F::execute(ofImage_);
+    F::execute(ofTaps_);
     const T scale = T{1} / static_cast<T>(size_ * size_);
     for (size_t i = 0; i < bins(); ++i) {
       const T re = spectrum_[i][0], im = spectrum_[i][1], a = response_[i][0] * scale, b = response_[i][1] * scale;
       spectrum_[i][0] = re * a - im * b;
       spectrum_[i][1] = re * b + im * a;
     }
-    L::execute(back_);
+    F::execute(back_);
     const size_t m = case_.results(), offset = case_.offset();
     for (size_t r = 0; r < m; ++r) std::copy_n(image_ + (r + offset) * size_ + offset, m, array<T>(2) + r * m);
   }
@@ -151,7 +135,7 @@ class Transforms {
   size_t size_;
   T *image_, *taps_;
   Complex *spectrum_, *response_;
-  typename L::Plan ofImage_, ofTaps_, back_;
+  typename F::Plan ofImage_, ofTaps_, back_;
 };
 
 template <class T>
