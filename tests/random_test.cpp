@@ -228,7 +228,8 @@ TYPED_TEST(Random, GaussianValuesAreThoseOfThePolarMethod) {
   using B = typename A::Bound;
   const std::pair<B, B> shapes[] = {{0, 1}, {B(-2.5), B(0.1)}, {100, -20000}, {3, 0}};
   forEachLevel([&] {
-    for (const auto& [mean, stdDev] : shapes) {
+    for (const auto& shape : shapes) {
+      const B mean = shape.first, stdDev = shape.second;
       for (const int32_t n : kSizes) {
         typename A::Gaussian state;
         A::initGaussian(-5, mean, stdDev, &state);

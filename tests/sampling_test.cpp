@@ -53,7 +53,7 @@ TYPED_TEST(Sampling, EveryFactorPhaseAndLengthOutOfPlaceAndInPlace) {
   using A = Api<T>;
   const std::vector<T> noise = anyBits<T>(200);
   forEachLevel([&] {
-    for (const size_t factor : {1, 2, 3, 4, 5, 7, 8, 13, 16, 17, 40}) {
+    for (const size_t factor : std::initializer_list<size_t>{1, 2, 3, 4, 5, 7, 8, 13, 16, 17, 40}) {
       for (const size_t phase : {size_t{0}, factor / 2, factor - 1}) {
         for (size_t n = 1; n <= noise.size(); n += n < 40 ? 1 : 23) {
           SCOPED_TRACE(testing::Message() << "factor " << factor << " phase " << phase << " n " << n);
