@@ -197,7 +197,7 @@ void downSample(const void* from, void* to, size_t n, size_t factor) {
     if (factor == 3) i = gatherVectors<kBytes, 3>(src, dst, n);
     if (factor == 4) i = gatherVectors<kBytes, 4>(src, dst, n);
   }
-  if constexpr (kBytes < 8) {
+  if constexpr (kBytes < 4) {  // larger ones are faster one by one (4 bytes, factor 8: 1.3 and 0.8 us for 16384)
     if (factor == 5) i = gatherVectors<kBytes, 5>(src, dst, n);
     if (factor == 6) i = gatherVectors<kBytes, 6>(src, dst, n);
     if (factor == 7) i = gatherVectors<kBytes, 7>(src, dst, n);
