@@ -3,11 +3,11 @@
 #pragma once
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 
 #include "filter/fir_core.h"
+#include "signal/aligned_array.h"
 #include "signal/convolution_choice.h"
 #include "transform/call.h"
 
@@ -140,29 +140,6 @@ class ConvSpectra {
   R *realTable_ = nullptr, *complexTable_ = nullptr;
 };
 
-// Two arrays of n values in one block, on cache lines of their own; null where there is no memory.
-template <class T>
-class ConvBuffers {
- public:
-  explicit ConvBuffers(uint64_t n) {
-    if (n > (PTRDIFF_MAX - 2 * kLine) / (2 * sizeof(T))) return;
-    const size_t bytes = (static_cast<size_t>(n) * sizeof(T) + kLine - 1) / kLine * kLine;
-    block_ = std::malloc(2 * bytes + kLine);
-    if (!block_) return;
-    first = reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(block_) + kLine - 1) / kLine * kLine);
-    second = reinterpret_cast<T*>(reinterpret_cast<char*>(first) + bytes);
-  }
-  ~ConvBuffers() { std::free(block_); }
-  ConvBuffers(const ConvBuffers&) = delete;
-  ConvBuffers& operator=(const ConvBuffers&) = delete;
-
-  T *first = nullptr, *second = nullptr;
-
- private:
-  static constexpr size_t kLine = 64;
-  void* block_ = nullptr;
-};
-
 template <class Result, class Tap, class Sample>
 bool prepared(ConvSpectra<Result>& spectra, Site site) {
   constexpr bool kReal = !kComplex<Tap> || !kComplex<Sample>;
@@ -178,16 +155,17 @@ void convolveWhole(const Tap* taps, int64_t count, const Sample* x, int64_t n, F
   const uint64_t results = static_cast<uint64_t>(n + count - 1);
   ConvSpectra<Result> spectra(convWholeOrder(results));
   if (!prepared<Result, Tap, Sample>(spectra, site)) return;
-  const ConvBuffers<Result> buffers(spectra.size());
-  if (!buffers.first) {
+  const AlignedArray<Result> buffers(2 * uint64_t{spectra.size()});
+  if (!buffers.get()) {
     report(site, MOX_StsNoMem, "NULL Pointer");
     return;
   }
-  spectra.toSpectrum(x, static_cast<size_t>(n), buffers.first);
-  spectra.toSpectrum(taps, static_cast<size_t>(count), buffers.second);
-  spectra.multiply(buffers.second, buffers.first);
-  spectra.toResults(buffers.first);
-  std::memcpy(y, buffers.first, static_cast<size_t>(results) * sizeof(Result));
+  Result *const samples = buffers.get(), *const response = samples + spectra.size();
+  spectra.toSpectrum(x, static_cast<size_t>(n), samples);
+  spectra.toSpectrum(taps, static_cast<size_t>(count), response);
+  spectra.multiply(response, samples);
+  spectra.toResults(samples);
+  std::memcpy(y, samples, static_cast<size_t>(results) * sizeof(Result));
 }
 
 // Overlap-add: stretches of samples whose results together fill one transform. At least 2 taps.
@@ -197,12 +175,12 @@ void convolveBlocks(const Tap* taps, int64_t count, const Sample* x, int64_t n, 
   using Result = FirResult<Sample, Tap>;
   ConvSpectra<Result> spectra(convBlockOrder(static_cast<uint64_t>(count), static_cast<uint64_t>(n), selector));
   if (!prepared<Result, Tap, Sample>(spectra, site)) return;
-  const ConvBuffers<Result> buffers(spectra.size());
-  if (!buffers.first) {
+  const AlignedArray<Result> buffers(2 * uint64_t{spectra.size()});
+  if (!buffers.get()) {
     report(site, MOX_StsNoMem, "NULL Pointer");
     return;
   }
-  Result *const response = buffers.second, *const block = buffers.first;
+  Result *const block = buffers.get(), *const response = block + spectra.size();
   spectra.toSpectrum(taps, static_cast<size_t>(count), response);
   const size_t tail = static_cast<size_t>(count - 1), step = spectra.size() - tail;
   // What a block begins with adds to the tail of the one before.

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
 #include "filter/fir_core.h"
-#include "frame/check.h"
+#include "signal/aligned_array.h"
+#include "signal/corr_check.h"
 #include "signal/corr_cost.h"
 #include "transform/call.h"
 
@@ -133,20 +133,6 @@ void direct(const Lags<A, B>& p, Norm norm, FirResult<A, B>* dst) {
 
 // ---- transforms; the functions below return false where sums have to do
 
-template <class T>
-class Buffer {
- public:
-  explicit Buffer(size_t n) : memory_(std::malloc(n * sizeof(T) + 63)) {}
-  ~Buffer() { std::free(memory_); }
-  Buffer(const Buffer&) = delete;
-  Buffer& operator=(const Buffer&) = delete;
-  explicit operator bool() const { return memory_; }
-  T* get() const { return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(memory_) + 63) & ~uintptr_t{63}); }
-
- private:
-  void* memory_;
-};
-
 // Transforms of 2^order values, real ones or complex ones (to which real data is made).
 template <class T, bool kComplexData>
 class Transform {
@@ -225,9 +211,9 @@ bool autoByTransform(const T* src, int64_t len, T* dst, int64_t nLags, Norm norm
   const int64_t block = transform.length() / 2;
   const size_t bins = transform.bins(), size = transform.reals();
   const bool real = transform.kReal, single = len <= block;
-  const Buffer<R> one(size), other(single ? 0 : size);
-  const Buffer<double> sums(single ? 0 : size);
-  if (!one || !other || !sums) return false;
+  const AlignedArray<R> one(size), other(single ? 0 : size);
+  const AlignedArray<double> sums(single ? 0 : size);
+  if (!one.get() || !other.get() || !sums.get()) return false;
 
   R *now = one.get(), *next = other.get();
   transform.spectrum(src, len, 0, block, now);
@@ -300,9 +286,9 @@ bool crossByTransform(const Lags<A, B>& p, FirResult<A, B>* dst) {
   const int64_t n = transform.length();
   const size_t bins = transform.bins(), size = transform.reals();
   const bool real = transform.kReal, summed = plan.cut == Cut::a && plan.step < p.lenA;
-  const Buffer<R> ofA(size), ofB(size);
-  const Buffer<double> sums(summed ? size : 0);
-  if (!ofA || !ofB || !sums) return false;
+  const AlignedArray<R> ofA(size), ofB(size);
+  const AlignedArray<double> sums(summed ? size : 0);
+  if (!ofA.get() || !ofB.get() || !sums.get()) return false;
   R *const x = ofA.get(), *const y = ofB.get();
 
   const int64_t lags = plan.cut == Cut::lagsOfA || plan.cut == Cut::lagsOfB ? plan.step : p.size();
@@ -354,14 +340,9 @@ bool crossByTransform(const Lags<A, B>& p, FirResult<A, B>* dst) {
 
 // ---- calls
 
-Fault nullSrc(bool holds) { return {holds, "Null SRC buffer pointer"}; }
-Fault nullDst(bool holds) { return {holds, "Null DST buffer pointer"}; }
-Fault invalidLength(bool holds) { return {holds, "Invalid SRC buffer length"}; }
-Fault invalidLag(bool holds) { return {holds, "Invalid LAG value"}; }
-
 template <class T>
 void autoCorr(const T* src, int32_t len, T* dst, int32_t nLags, int32_t normType, Site site = Correlation()) {
-  if (refused(site, nullSrc(!src), nullDst(!dst), invalidLength(len < 1), invalidLag(nLags < 1 || nLags > len))) return;
+  if (refusedAutoCorr(site, src, len, dst, nLags)) return;
   const Norm norm = {normType, len};
   const Data data = kComplex<T> ? Data::complex : Data::real;
   if (corrcost::autoByTransform(len, nLags, data) && autoByTransform(src, len, dst, nLags, norm)) return;
@@ -371,10 +352,7 @@ void autoCorr(const T* src, int32_t len, T* dst, int32_t nLags, int32_t normType
 template <class A, class B>
 void crossCorr(const A* srcA, int32_t lenA, const B* srcB, int32_t lenB, FirResult<A, B>* dst, int32_t loLag,
                int32_t hiLag, Site site = Correlation()) {
-  if (refused(site, nullSrc(!srcA || !srcB), nullDst(!dst), invalidLength(lenA < 1 || lenB < 1),
-              invalidLag(loLag > hiLag))) {
-    return;
-  }
+  if (refusedCrossCorr(site, srcA, lenA, srcB, lenB, dst, loLag, hiLag)) return;
   const int64_t lo = loLag, hi = hiLag;
   // Lags before the first and behind the last that have terms.
   const int64_t first = std::clamp<int64_t>(1 - int64_t{lenA}, lo, hi + 1);

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "frame/check.h"
 #include "kernel/kernels.h"
+#include "signal/corr_check.h"
 #include "vector/element.h"
 
 namespace mox {
@@ -99,15 +99,10 @@ void correlate(const A* a, int64_t lenA, const B* b, int64_t lenB, Result<A, B>*
   results.finish(scalePtr);
 }
 
-Fault nullSrc(bool holds) { return {holds, "Null SRC buffer pointer"}; }
-Fault nullDst(bool holds) { return {holds, "Null DST buffer pointer"}; }
-Fault invalidLength(bool holds) { return {holds, "Invalid SRC buffer length"}; }
-Fault invalidLag(bool holds) { return {holds, "Invalid LAG value"}; }
-
 template <class T>
 void autoCorr(const T* src, int32_t len, T* dst, int32_t nLags, int32_t normType, int32_t scaleMode, int32_t* scalePtr,
               Site site = Correlation16()) {
-  if (refused(site, nullSrc(!src), nullDst(!dst), invalidLength(len < 1), invalidLag(nLags < 1 || nLags > len))) return;
+  if (refusedAutoCorr(site, src, len, dst, nLags)) return;
   correlate(src, len, src, len, dst, 0, nLags - 1, scaleMode, scalePtr, [=](int64_t k) {
     return normType == 1 ? len : normType == 2 ? len - static_cast<int32_t>(k) : 1;
   });
@@ -116,10 +111,7 @@ void autoCorr(const T* src, int32_t len, T* dst, int32_t nLags, int32_t normType
 template <class A, class B>
 void crossCorr(const A* srcA, int32_t lenA, const B* srcB, int32_t lenB, Result<A, B>* dst, int32_t loLag,
                int32_t hiLag, int32_t scaleMode, int32_t* scalePtr, Site site = Correlation16()) {
-  if (refused(site, nullSrc(!srcA || !srcB), nullDst(!dst), invalidLength(lenA < 1 || lenB < 1),
-              invalidLag(loLag > hiLag))) {
-    return;
-  }
+  if (refusedCrossCorr(site, srcA, lenA, srcB, lenB, dst, loLag, hiLag)) return;
   correlate(srcA, lenA, srcB, lenB, dst, loLag, hiLag, scaleMode, scalePtr, [](int64_t) { return 1; });
 }
 

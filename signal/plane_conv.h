@@ -2,9 +2,9 @@
 // products or through transforms. Nothing here checks or reports.
 #pragma once
 #include <algorithm>
-#include <cstdlib>
 
 #include "kernel/kernels.h"
+#include "signal/aligned_array.h"
 #include "signal/plane_choice.h"
 #include "transform/call.h"
 
@@ -63,23 +63,19 @@ class PlaneTransforms {
     if (orders.rows > 31 || orders.cols > 31) return;
     const uint64_t block = planeKernels<T>().blockElements(orders.rows, orders.cols);
     const uint64_t response = planeKernels<T>().responseElements(orders.rows, orders.cols);
-    if (block + response > (PTRDIFF_MAX - kLine) / sizeof(T)) return;
     plan_.rowTable = table(orders.cols - 1);
     plan_.colTable = table(orders.rows);
     if (!plan_.rowTable || !plan_.colTable) return;
     // One array, since malloc would give two large ones back to the system and take page faults to get them again.
-    memory_ = std::malloc(static_cast<size_t>(block + response) * sizeof(T) + kLine);
-    if (!memory_) return;
-    plan_.block = reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(memory_) + kLine - 1) / kLine * kLine);
+    memory_.allocate(block + response);
+    if (!memory_.get()) return;
+    plan_.block = memory_.get();
     plan_.response = plan_.block + static_cast<size_t>(block);
     planeKernels<T>().setTaps(plan_, taps);
   }
-  ~PlaneTransforms() { std::free(memory_); }
-  PlaneTransforms(const PlaneTransforms&) = delete;
-  PlaneTransforms& operator=(const PlaneTransforms&) = delete;
 
   // False where there was no memory.
-  explicit operator bool() const { return memory_ != nullptr; }
+  explicit operator bool() const { return memory_.get() != nullptr; }
 
   // In blocks of at most so many rows and columns, see kernel::PlaneKernels.
   void run(const Plane<T>& image, const PlanePart& part, size_t blockRows, size_t blockCols, T* y) const {
@@ -100,15 +96,13 @@ class PlaneTransforms {
   }
 
  private:
-  static constexpr size_t kLine = 64;
-
   static T* table(int order) {
     auto* const extended = extendedTable<ComplexOf<T>>(order);
     return extended ? kernelTable(extended, order) : nullptr;
   }
 
   kernel::PlanePlan<T> plan_;
-  void* memory_ = nullptr;
+  AlignedArray<T> memory_;
 };
 
 }  // namespace mox
