@@ -1,8 +1,8 @@
 // Recursive filters on int16 samples that own their memory: float32 filters behind an int16 interface.
 #include <algorithm>
 
-#include "filter/float_array.h"
 #include "filter/iir_object.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 
 namespace mox {

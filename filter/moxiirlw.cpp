@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
-#include "filter/float_array.h"
 #include "frame/check.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 #include "moxa1.h"
 

@@ -1,6 +1,6 @@
 // Full two-dimensional convolution.
-#include "filter/float_array.h"
 #include "frame/check.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 #include "signal/plane_conv.h"
 

@@ -1,6 +1,6 @@
 // Convolution of int16, in float32.
-#include "filter/float_array.h"
 #include "frame/check.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 
 namespace mox {

@@ -1,6 +1,6 @@
 // Filtering of images: the central part of the two-dimensional convolution.
-#include "filter/float_array.h"
 #include "frame/check.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 #include "signal/plane_conv.h"
 

@@ -1,5 +1,5 @@
 // The transform of any length of complex int16 signals: the float32 one between two conversions.
-#include "filter/float_array.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 #include "kernel/kernels.h"
 #include "transform/flags.h"

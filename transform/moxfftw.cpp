@@ -1,7 +1,7 @@
 // Transforms of int16 signals: the float32 ones between two conversions. Products of packed int16 spectra.
 #include <algorithm>
 
-#include "filter/float_array.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 #include "kernel/kernels.h"
 #include "transform/flags.h"

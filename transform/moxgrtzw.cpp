@@ -1,5 +1,5 @@
 // One spectral component of int16 signals: the float32 recurrence, then the scale mode.
-#include "filter/float_array.h"
+#include "frame/float_array.h"
 #include "frame/undscale.h"
 #include "transform/goertzel.h"
 

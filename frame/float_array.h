@@ -1,4 +1,4 @@
-// Working arrays of float32 for filters on int16 samples.
+// Working arrays of float32 for functions on int16 data.
 #pragma once
 #include <algorithm>
 #include <cstddef>
