@@ -26,16 +26,16 @@ struct Fast {
 };
 
 // Between these a single-rate filter with float32 taps has room for Fast; below, and for results too few in a call (see
-// `least`), the products are faster, above, a transform would take more than 2^18 values.
-constexpr int32_t kFewestFastTaps = 48, kMostFastTaps = 1 << 16;
+// `least`), the products are faster, above, a stretch would have more than 2^18 values.
+constexpr int32_t kFewestFastTaps = 20, kMostFastTaps = 1 << 16;
 
 template <class Tap, class Sample>
 const kernel::FirFast* fastKernels(int32_t tapsLen) {
   const auto& kernels = *kernel::active;
   if constexpr (std::is_same_v<Tap, float> && std::is_same_v<Sample, float>) {
-    return tapsLen >= 128 ? &kernels.firFastReal : nullptr;
+    return tapsLen >= 56 ? &kernels.firFastReal : nullptr;
   } else if constexpr (std::is_same_v<Tap, float> && std::is_same_v<Sample, MoxC>) {
-    return tapsLen >= 96 ? &kernels.firFastComplexSamples : nullptr;
+    return tapsLen >= 48 ? &kernels.firFastComplexSamples : nullptr;
   } else if constexpr (std::is_same_v<Tap, MoxC> && std::is_same_v<Sample, MoxC>) {
     return &kernels.firFastComplex;
   } else {
@@ -65,15 +65,23 @@ void planTaps(const FirState* state) {
   }
 }
 
-// Transforms of 4 times the taps, for many taps of 2 times: then a block of some thousand samples needs fewer large
-// ones.
-kernel::FirPlan planOf(int32_t tapsLen, bool complexTaps) {
+// Stretches of 8 times the taps, but where they get long, of 4 or 2 times: a block of some thousand samples should not
+// be mostly a stretch's end.
+template <class Tap, class Sample>
+kernel::FirPlan planOf(int32_t tapsLen) {
   kernel::FirPlan plan = {};
   plan.count = firField(tapsLen);
-  const size_t length = plan.count * (tapsLen <= 512 ? 4 : 2);
-  while (size_t{1} << plan.order < length) ++plan.order;
-  // A transform's time over that of a product, as measured with AVX-512; a complex tap is two products.
-  plan.least = (firField((complexTaps ? 3 : 6) * plan.order) << plan.order) / plan.count;
+  size_t length = 256;
+  while (length < 2 * plan.count || length < std::min<size_t>(8 * plan.count, 512) ||
+         length < std::min<size_t>(4 * plan.count, 2048)) {
+    length *= 2;
+  }
+  const size_t values = kComplex<Sample> ? length : length / 2;
+  while (size_t{1} << plan.order < values) ++plan.order;
+  // The time of a value in a stretch, for each of the 2^order and their logarithm, over that of 4 products: between
+  // what AVX2 and AVX-512 make of it.
+  constexpr size_t kWeight = kComplex<Tap> ? 7 : kComplex<Sample> ? 13 : 28;
+  plan.least = (kWeight * firField(plan.order) << plan.order) / (4 * plan.count);
   return plan;
 }
 
@@ -95,7 +103,7 @@ void build(const Tap* taps, int32_t tapsLen, const Sample* history, const FirFac
     more = 64 + kFastBytes;
     made.kernels = fastKernels<Tap, Sample>(tapsLen);
     if (made.kernels) {
-      made.plan = planOf(tapsLen, kComplex<Tap>);
+      made.plan = planOf<Tap, Sample>(tapsLen);
       more += made.kernels->layout(made.plan, nullptr) * sizeof(double);
     }
   }
@@ -105,7 +113,7 @@ void build(const Tap* taps, int32_t tapsLen, const Sample* history, const FirFac
     if (made.kernels) {
       made.kernels->layout(made.plan, reinterpret_cast<double*>(reinterpret_cast<char*>(fast) + kFastBytes));
       const DefaultFloatState floatState;
-      const kernel::Roots roots(made.plan.order - !kComplex<Sample>);
+      const kernel::Roots roots(made.plan.order + 1);
       if (!roots.ok()) {
         firFailure(state, site);
         return;

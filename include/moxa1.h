@@ -1284,8 +1284,8 @@ MOX_API void MOX_CALL moxwbFirl(const FirTapState* tapStPtr, FirDlyState* dlyStP
  * upFactor) of a multi-rate one. Blocks give the same bits as the low-level ones, single samples the sums of the dot
  * products of reversed taps with the history.
  *
- * Long single-rate filters on float32 put large blocks through transforms, which is several times as fast: from 48
- * complex taps, from 96 real taps on complex samples, from 128 real taps on real samples; up to 65536 taps. Results of
+ * Long single-rate filters on float32 put large blocks through transforms, which is several times as fast: from 20
+ * complex taps, from 48 real taps on complex samples, from 56 real taps on real samples; up to 65536 taps. Results of
  * a transform count where they are within 2^-26 of themselves of the exact sum, before they are rounded; the others (in
  * quiet passages, beside infinities) are formed from their products. So a result may differ by one rounding from that
  * of another block length or of the low level. Init of such a filter computes a table.

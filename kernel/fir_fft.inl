@@ -1,101 +1,88 @@
-// Long filters on blocks of float32: fast convolution (overlap-save) in float64.
+// Long filters on blocks of float32: fast convolution, see fir_product.inl.
 //
 // A transform spreads its rounding over the whole stretch, so an output that is small beside its neighbours would come
 // out worse than from its own products. Each output is therefore compared with a bound of that error, and formed from
 // its products where the bound is above 2^-26 of it; so are those of a stretch with infinities and NaN.
-//
-// The bound: a transform of order p errs by e = 8 p 2^-53 of its 2-norm at most (Higham, Accuracy and Stability of
-// Numerical Algorithms, 24.1), so the two spectra contribute e |x|_2 |h|_2 each to every output, by Cauchy-Schwarz, and
-// the way back e |y|_2 <= e |x|_2 |h|_1; the products of the spectra are inside the factor 8.
 
-constexpr double firFastError(int order) { return 8 * order * 0x1p-53; }
 constexpr double kFirFastAccepted = 0x1p-26;
 
-// Real signals (S = 1) go through the table of half as many complex values.
-template <size_t S>
-MOX_INLINE int firTableOrder(int order) {
-  return S == 1 ? order - 1 : order;
-}
-template <size_t S>
-MOX_INLINE void firForward(int order, double* x, double* work) {
-  if constexpr (S == 1) {
-    table.fft64.toSpectrum[0][order](x, x, work, 1);
-  } else {
-    table.fft64.forward[order](x, x, work, 1);
-  }
-}
-template <size_t S>
-MOX_INLINE void firInverse(int order, double* x, double* work) {
-  const double scale = 1.0 / static_cast<double>(size_t{1} << order);
-  if constexpr (S == 1) {
-    table.fft64.toSignal[1][order](x[0], x[1], x + 2, x, work, scale);
-  } else {
-    table.fft64.inverse[order](x, x, work, scale);
-  }
-}
+// ---- blocks
 
-// x *= response
-template <size_t S>
-void firFastProduct(double* x, const double* response, size_t n) {
-  if constexpr (S == 1) {
-    x[0] *= response[0];
-    x[1] *= response[1];
-    mpyComplex(x + 2, response + 2, x + 2, n / 2 - 1);
-  } else {
-    mpyComplex(x, response, x, n);
-  }
-}
-
-MOX_INLINE double firSquares(const double* x, size_t n) {
-  FirVec sums[4] = {};
-  size_t i = 0;
-  for (; i + 4 * kFirLanes <= n; i += 4 * kFirLanes) {
-#pragma GCC unroll 4
-    for (int k = 0; k < 4; ++k) {
-      const FirVec v = load<FirVec>(x + i + static_cast<size_t>(k * kFirLanes));
+// Of n values, a multiple of 64: no less than their 2-norm, and no more than a thousandth above it. The sum is the same
+// on every set.
+double firNorm(const float* x, size_t n) {
+  using V = Vec<float, kLanes<float>>;
+  constexpr int kVectors = 64 / kLanes<float>;
+  V sums[kVectors] = {};
+  for (size_t i = 0; i < n; i += 64) {
+#pragma GCC unroll 16
+    for (int k = 0; k < kVectors; ++k) {
+      const V v = load<V>(x + i + static_cast<size_t>(k * kLanes<float>));
       sums[k] = fma(v, v, sums[k]);
     }
   }
-  const FirVec all = (sums[0] + sums[1]) + (sums[2] + sums[3]);
-  double sum = 0;
-  for (int k = 0; k < kFirLanes; ++k) sum += all[k];
-  for (; i < n; ++i) sum += x[i] * x[i];
-  return sum;
+  float lanes[64];
+#pragma GCC unroll 16
+  for (int k = 0; k < kVectors; ++k) store(lanes + k * kLanes<float>, sums[k]);
+  for (int half = 32; half > 0; half /= 2) {
+    for (int k = 0; k < half; ++k) lanes[k] += lanes[k + half];
+  }
+  double sum = lanes[0];
+  if (!(sum >= 0x1p-90 && sum <= 0x1p+120)) {  // squares may have left the range of float32
+    sum = 0;
+    for (size_t i = 0; i < n; ++i) sum += double{x[i]} * x[i];
+  }
+  return __builtin_sqrt(sum) * (1 + 0x1p-11);
 }
 
-MOX_INLINE bool firAccepted(double y, double least) { return y >= least || y <= -least; }
+// A bit for each value that is not at least as large as the bound.
+#if MOX_VEC_BYTES == 64
+MOX_INLINE unsigned firBelow(Vec<float, 16> v, Vec<float, 16> bound) {
+  return _mm512_cmp_ps_mask(_mm512_abs_ps(v), bound, _CMP_NGE_UQ);
+}
+#elif MOX_VEC_BYTES == 32
+MOX_INLINE unsigned firBelow(Vec<float, 8> v, Vec<float, 8> bound) {
+  const __m256 size = _mm256_andnot_ps(_mm256_set1_ps(-0.0f), v);
+  return static_cast<unsigned>(_mm256_movemask_ps(_mm256_cmp_ps(size, bound, _CMP_NGE_UQ)));
+}
+#else
+MOX_INLINE unsigned firBelow(Vec<float, 4> v, Vec<float, 4> bound) {
+  return static_cast<unsigned>(_mm_movemask_ps(_mm_cmpnge_ps(_mm_andnot_ps(_mm_set1_ps(-0.0f), v), bound)));
+}
+#endif
+MOX_INLINE bool firBelow(float y, float least) { return !(y >= least || y <= -least); }
 
-// Rounds n values; how many are smaller than `least`.
-MOX_INLINE size_t firRounded(const double* y, float* out, size_t n, double least) {
-  using Longs = Vec<int64_t, kFirLanes>;
-  Longs accepted{};
-  const FirVec bound = broadcast<FirVec>(least);
+// Copies n values; how many are below.
+MOX_INLINE size_t firDelivered(const float* y, float* out, size_t n, float least) {
+  using V = Vec<float, kLanes<float>>;
+  const V bound = broadcast<V>(least);
+  unsigned any = 0;
   size_t i = 0;
-  for (; i + kFirLanes <= n; i += kFirLanes) {
-    const FirVec v = load<FirVec>(y + i);
-    firStore(out + i, v);
-    accepted += reinterpret_cast<Longs>((v >= bound) | (v <= -bound));  // -1 each
+  for (; i + kLanes<float> <= n; i += kLanes<float>) {
+    const V v = load<V>(y + i);
+    store(out + i, v);
+    any |= firBelow(v, bound);
   }
-  size_t small = i;
-  for (int k = 0; k < kFirLanes; ++k) small += static_cast<size_t>(accepted[k]);
   for (; i < n; ++i) {
-    out[i] = static_cast<float>(y[i]);
-    small += !firAccepted(y[i], least);
+    out[i] = y[i];
+    any |= firBelow(y[i], least);
   }
-  return small;
+  size_t below = 0;
+  for (i = 0; any && i < n; ++i) below += firBelow(y[i], least);
+  return below;
 }
 
 // The output whose oldest sample is at x, from its products.
 template <size_t S, bool ComplexTaps>
-MOX_INLINE void firFastExact(const FirPlan& plan, const double* x, float* out) {
+MOX_INLINE void firFastExact(size_t count, const float* taps, const float* x, float* out) {
   if constexpr (S == 1) {
-    *out = static_cast<float>(dotReal(plan.taps, x, plan.count));
+    *out = static_cast<float>(dotReal(taps, x, count));
   } else {
     double sum[2];
     if constexpr (ComplexTaps) {
-      dotComplex(plan.taps, x, plan.count, sum);
+      dotComplex(taps, x, count, sum);
     } else {
-      dotRealComplex(plan.taps, x, plan.count, sum);
+      dotRealComplex(taps, x, count, sum);
     }
     out[0] = static_cast<float>(sum[0]);
     out[1] = static_cast<float>(sum[1]);
@@ -105,7 +92,7 @@ MOX_INLINE void firFastExact(const FirPlan& plan, const double* x, float* out) {
 template <size_t S, bool ComplexTaps>
 void firFastBlock(const FirPlan& plan, const FirShape& shape, const float* taps, const FirSignal<float>& signal,
                   float* out, size_t n) {
-  const size_t length = size_t{1} << plan.order, old = plan.count - 1, step = length - old;
+  const size_t values = size_t{2} << plan.order, length = values / S, old = plan.count - 1, step = length - old;
   for (size_t done = 0; done < n;) {
     const size_t m = n - done < step ? n - done : step;
     if (m < plan.least) {
@@ -115,33 +102,40 @@ void firFastBlock(const FirPlan& plan, const FirShape& shape, const float* taps,
       firBlock<S, ComplexTaps, float, float>(shape, taps, rest, out + done * S, n - done);
       return;
     }
-    double *const x = plan.samples, *const y = plan.work;
-    const size_t have = (old + m) * S, all = length * S;
-    firSamples<S>(signal, static_cast<ptrdiff_t>(done) - static_cast<ptrdiff_t>(old), old + m, x);
-    for (size_t i = 0; i < have; ++i) y[i] = x[i];
-    for (size_t i = have; i < all; ++i) y[i] = 0;
-    const double size = __builtin_sqrt(firSquares(x, have));
-    firForward<S>(plan.order, y, plan.table);
-    firFastProduct<S>(y, plan.response, length);
-    firInverse<S>(plan.order, y, plan.table);
+    // The last stretch reaches farther back than it has to, so that it is whole.
+    const size_t back = done > 0 ? step - m : 0, before = old + back;
+    const float* x =
+        signal.input + (static_cast<ptrdiff_t>(done) - static_cast<ptrdiff_t>(before)) * static_cast<ptrdiff_t>(S);
+    if (done < before || m + before < length) {
+      float* const line = plan.line;
+      const size_t history = done < before ? before - done : 0;
+      __builtin_memcpy(line, signal.newest - (history - 1) * S, history * S * sizeof(float));
+      const size_t fresh = before + m - history;
+      __builtin_memcpy(line + history * S, signal.input + (done + m - fresh) * S, fresh * S * sizeof(float));
+      for (size_t i = (before + m) * S; i < values; ++i) line[i] = 0;
+      x = line;
+    }
+    firTransformed(plan, FirIo<S>{x, plan.results, values / 2}, FirProducts{plan.response});
 
-    const double least = plan.bound * size / kFirFastAccepted;
+    // Compared after rounding.
+    const float least = static_cast<float>(plan.bound * firNorm(x, values) / kFirFastAccepted * (1 + 0x1p-20));
     float* const to = out + done * S;
-    const double* const results = y + old * S;
+    const float* const results = plan.results + before * S;
     constexpr size_t kTogether = 64 * S;
     for (size_t i = 0; i < m * S; i += kTogether) {
       const size_t some = m * S - i < kTogether ? m * S - i : kTogether;
-      const size_t small = firRounded(results + i, to + i, some, least);
-      if (small == 0) continue;
+      const size_t below = firDelivered(results + i, to + i, some, least);
+      if (below == 0) continue;
       const size_t first = done + i / S;
-      if (small > 16 && first >= old) {
+      if (below > 16 && first >= old) {
         const FirSignal<float> here = {signal.input + first * S, signal.input + first * S - S, -1};
         firBlock<S, ComplexTaps, float, float>(shape, taps, here, to + i, some / S);
         continue;
       }
       for (size_t k = i; k < i + some; k += S) {
-        if (firAccepted(results[k], least) && firAccepted(results[k + S - 1], least)) continue;
-        firFastExact<S, ComplexTaps>(plan, x + k, to + k);
+        if (firBelow(results[k], least) || firBelow(results[k + S - 1], least)) {
+          firFastExact<S, ComplexTaps>(plan.count, taps, x + back * S + k, to + k);
+        }
       }
     }
     done += m;
@@ -150,56 +144,61 @@ void firFastBlock(const FirPlan& plan, const FirShape& shape, const float* taps,
 
 // ---- plans
 
-MOX_INLINE double* firPart(double* memory, size_t& at, size_t doubles) {
-  double* const part = memory ? memory + at : nullptr;
-  at += (doubles + 7) & ~size_t{7};
+template <class T>
+MOX_INLINE T* firPart(double* memory, size_t& at, size_t elements) {
+  T* const part = memory ? reinterpret_cast<T*>(memory + at) : nullptr;
+  at += (elements * sizeof(T) + 63) / 64 * 8;
   return part;
 }
 
-template <size_t S, bool ComplexTaps>
 size_t firPlanLayout(FirPlan& plan, double* memory) {
-  const size_t all = (size_t{1} << plan.order) * S;
-  const uint64_t tableBytes = table.fft64.tableBytes(firTableOrder<S>(plan.order));
+  const size_t values = size_t{1} << plan.order;
   size_t at = 0;
-  plan.table = firPart(memory, at, static_cast<size_t>(tableBytes / sizeof(double)) + 1);
-  plan.response = firPart(memory, at, all);
-  plan.samples = firPart(memory, at, all);
-  plan.work = firPart(memory, at, all);
-  plan.taps = firPart(memory, at, plan.count * (ComplexTaps ? 2 : 1));
+  plan.table = firPart<double>(memory, at, firTable(plan.order, nullptr).end);
+  plan.response = firPart<double>(memory, at, 4 * values);
+  plan.work = firPart<double>(memory, at, 2 * values + kFirApart);
+  plan.line = firPart<float>(memory, at, 2 * values);
+  plan.results = firPart<float>(memory, at, 2 * values);
   return at;
+}
+
+// sqrt(2) times the largest norm of a pair (h0, h1): |h0| + |h1| and no less than |h0 + w h1|.
+MOX_INLINE double firLargest(const double* response, size_t values) {
+  double largest = 0;
+  for (size_t i = 0; i < 4 * values; i += kFirFactors) {
+    for (size_t k = i; k < i + kFirLanes; ++k) {
+      const double* const h = response + k;
+      double square = 0;
+      for (size_t part = 0; part < 4; ++part) square += h[part * kFirLanes] * h[part * kFirLanes];
+      largest = square > largest ? square : largest;
+    }
+  }
+  return __builtin_sqrt(2 * largest);
 }
 
 template <size_t S, bool ComplexTaps>
 void firPlanTaps(FirPlan& plan, const float* taps) {
   constexpr size_t kTapReals = ComplexTaps ? 2 : 1;
-  const size_t n = plan.count, all = (size_t{1} << plan.order) * S;
-  firWiden(taps, n * kTapReals, plan.taps);
-  for (size_t i = 0; i < all; ++i) plan.response[i] = 0;
-  double sizes = 0;
+  const size_t n = plan.count, values = size_t{1} << plan.order;
+  for (size_t i = 0; i < 2 * values; ++i) plan.line[i] = 0;
+  double squares = 0;
   for (size_t k = 0; k < n; ++k) {
-    const double* const tap = plan.taps + (n - 1 - k) * kTapReals;
-    double size = tap[0] < 0 ? -tap[0] : tap[0];
-    plan.response[k * S] = tap[0];
-    if constexpr (ComplexTaps) {
-      plan.response[k * S + 1] = tap[1];
-      size += tap[1] < 0 ? -tap[1] : tap[1];
+    for (size_t part = 0; part < kTapReals; ++part) {
+      const float tap = taps[(n - 1 - k) * kTapReals + part];
+      plan.line[k * S + part] = tap;
+      squares += double{tap} * tap;
     }
-    sizes += size;
   }
-  const double squares = firSquares(plan.taps, n * kTapReals);
-  plan.bound = firFastError(plan.order) * (2 * __builtin_sqrt(squares) + sizes);
-  firForward<S>(plan.order, plan.response, plan.table);
-}
-
-template <size_t S>
-void firPlanTable(const FirPlan& plan, const Roots& roots) {
-  table.fft64.build(firTableOrder<S>(plan.order), roots, plan.table);
+  // Joining doubles as many times as there are levels.
+  const double scale = 2 / static_cast<double>(values);
+  firTransformed(plan, FirIo<S>{plan.line, nullptr, values}, FirRecord{plan.response, scale});
+  plan.bound = firFastError(plan.order, __builtin_sqrt(squares), firLargest(plan.response, values) / scale);
 }
 
 template <size_t S, bool ComplexTaps>
 constexpr FirFast firFastOf() {
-  return {.layout = firPlanLayout<S, ComplexTaps>,
-          .buildTable = firPlanTable<S>,
+  return {.layout = firPlanLayout,
+          .buildTable = firFastTable,
           .setTaps = firPlanTaps<S, ComplexTaps>,
           .block = firFastBlock<S, ComplexTaps>};
 }

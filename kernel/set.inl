@@ -29,6 +29,7 @@ namespace {
 #include "kernel/sampling.inl"
 #include "kernel/random.inl"
 #include "kernel/fft.inl"
+#include "kernel/fir_product.inl"
 #include "kernel/fir_fft.inl"
 #include "kernel/plane.inl"
 #include "kernel/plane_fft.inl"
