@@ -13,6 +13,7 @@ struct Fftw;
     using Plan = prefix##_plan;                                    \
     using Complex = prefix##_complex;                              \
     static constexpr auto real = prefix##_alloc_real;              \
+    static constexpr auto complexArray = prefix##_alloc_complex;   \
     static constexpr auto free = prefix##_free;                    \
     static constexpr auto complex = prefix##_plan_dft_1d;          \
     static constexpr auto toSpectrum = prefix##_plan_dft_r2c_1d;   \

@@ -1,6 +1,5 @@
 // Filters with finite impulse response: blocks of 4096 samples, single samples, changes of rate. Against liquid-dsp, a
 // VOLK dot product per output, and fast convolution (overlap-save) on FFTW. Ours sum in float64.
-#include <fftw3.h>
 #include <liquid/liquid.h>
 #include <volk/volk.h>
 
@@ -11,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+#include "bench/fftw.h"
+#include "bench/plain_filters.h"
 #include "bench/support.h"
 
 namespace moxbench {
@@ -242,95 +243,70 @@ size_t fftLength(int taps) {
   return n;
 }
 
-struct FftwReal : Filter<float, float> {
-  using S = float;
-  using T = float;
-  size_t n, old;
-  std::vector<float> line;
-  float* time;
-  fftwf_complex *spectrum, *response;
-  fftwf_plan forward, inverse;
-  explicit FftwReal(const Rates& r)
-      : Filter(r),
-        n(fftLength(r.taps)),
-        old(taps.size() - 1),
-        line(old + kBlock + n),
-        time(fftwf_alloc_real(n)),
-        spectrum(fftwf_alloc_complex(n / 2 + 1)),
-        response(fftwf_alloc_complex(n / 2 + 1)),
-        forward(fftwf_plan_dft_r2c_1d(static_cast<int>(n), time, spectrum, FFTW_MEASURE)),
-        inverse(fftwf_plan_dft_c2r_1d(static_cast<int>(n), spectrum, time, FFTW_MEASURE)) {
-    std::fill_n(time, n, 0.0f);
-    std::transform(taps.begin(), taps.end(), time, [this](float t) { return t / static_cast<float>(n); });
-    fftwf_execute(forward);
-    std::copy_n(&spectrum[0][0], n + 2, &response[0][0]);
-  }
-  ~FftwReal() override {
-    fftwf_destroy_plan(forward);
-    fftwf_destroy_plan(inverse);
-    fftwf_free(time);
-    fftwf_free(spectrum);
-    fftwf_free(response);
-  }
-  void run() override {
-    std::copy_n(in(), kBlock, line.begin() + static_cast<ptrdiff_t>(old));
-    const size_t step = n - old;
-    for (size_t at = 0; at < kBlock; at += step) {
-      std::copy_n(line.data() + at, n, time);
-      fftwf_execute(forward);
-      volk_32fc_x2_multiply_32fc(reinterpret_cast<lv_32fc_t*>(spectrum), reinterpret_cast<lv_32fc_t*>(spectrum),
-                                 reinterpret_cast<lv_32fc_t*>(response), static_cast<unsigned>(n / 2 + 1));
-      fftwf_execute(inverse);
-      std::copy_n(time + old, std::min(step, kBlock - at), out() + at);
-    }
-    std::copy_n(line.data() + kBlock, old, line.data());
-  }
-};
+// Sums in R, which is what the samples are widened to and the results narrowed from.
+void multiply(const float* h, float* x, size_t n) {
+  auto* const values = reinterpret_cast<lv_32fc_t*>(x);
+  volk_32fc_x2_multiply_32fc(values, values, reinterpret_cast<const lv_32fc_t*>(h), static_cast<unsigned>(n));
+}
+void multiply(const double* h, double* x, size_t n) { multiplyScaled(h, 1, x, n); }
 
-struct FftwComplex : Filter<MoxC, MoxC> {
-  using S = MoxC;
-  using T = MoxC;
-  size_t n, old;
-  std::vector<MoxC> line;
-  fftwf_complex *time, *spectrum, *response;
-  fftwf_plan forward, inverse;
-  explicit FftwComplex(const Rates& r)
-      : Filter(r),
+template <class Sample, class R>
+struct OverlapSave : Filter<Sample, Sample> {
+  using S = Sample;
+  using T = Sample;
+  using F = Fftw<R>;
+  static constexpr bool kReal = sizeof(Sample) == sizeof(float);
+  static constexpr size_t kParts = Filter<S, T>::kParts;
+  size_t n, old, bins;
+  std::vector<float> line;
+  R* time;
+  typename F::Complex *spectrum, *response;
+  typename F::Plan forward, inverse;
+  explicit OverlapSave(const Rates& r)
+      : Filter<S, T>(r),
         n(fftLength(r.taps)),
-        old(taps.size() - 1),
-        line(old + kBlock + n),
-        time(fftwf_alloc_complex(n)),
-        spectrum(fftwf_alloc_complex(n)),
-        response(fftwf_alloc_complex(n)),
-        forward(fftwf_plan_dft_1d(static_cast<int>(n), time, spectrum, FFTW_FORWARD, FFTW_MEASURE)),
-        inverse(fftwf_plan_dft_1d(static_cast<int>(n), spectrum, time, FFTW_BACKWARD, FFTW_MEASURE)) {
-    std::fill_n(&time[0][0], 2 * n, 0.0f);
-    for (size_t k = 0; k < taps.size(); ++k) {
-      time[k][0] = taps[k].re / static_cast<float>(n);
-      time[k][1] = taps[k].im / static_cast<float>(n);
+        old(this->taps.size() - 1),
+        bins(kReal ? n / 2 + 1 : n),
+        line((old + kBlock + n) * kParts),
+        time(F::real(n * kParts)),
+        spectrum(F::complexArray(bins)),
+        response(F::complexArray(bins)) {
+    const int length = static_cast<int>(n);
+    if constexpr (kReal) {
+      forward = F::toSpectrum(length, time, spectrum, FFTW_MEASURE);
+      inverse = F::toSignal(length, spectrum, time, FFTW_MEASURE);
+    } else {
+      auto* const values = reinterpret_cast<typename F::Complex*>(time);
+      forward = F::complex(length, values, spectrum, FFTW_FORWARD, FFTW_MEASURE);
+      inverse = F::complex(length, spectrum, values, FFTW_BACKWARD, FFTW_MEASURE);
     }
-    fftwf_execute(forward);
-    std::copy_n(&spectrum[0][0], 2 * n, &response[0][0]);
+    std::fill_n(time, n * kParts, R(0));
+    const float* const given = reinterpret_cast<const float*>(this->taps.data());
+    std::transform(given, given + this->taps.size() * kParts, time,
+                   [this](float t) { return static_cast<R>(t) / static_cast<R>(n); });
+    F::execute(forward);
+    std::copy_n(&spectrum[0][0], 2 * bins, &response[0][0]);
   }
-  ~FftwComplex() override {
-    fftwf_destroy_plan(forward);
-    fftwf_destroy_plan(inverse);
-    fftwf_free(time);
-    fftwf_free(spectrum);
-    fftwf_free(response);
+  ~OverlapSave() override {
+    F::destroy(forward);
+    F::destroy(inverse);
+    F::free(time);
+    F::free(spectrum);
+    F::free(response);
   }
   void run() override {
-    std::copy_n(in(), kBlock, line.begin() + static_cast<ptrdiff_t>(old));
+    const auto* const in = reinterpret_cast<const float*>(this->in());
+    auto* const out = reinterpret_cast<float*>(this->out());
+    std::copy_n(in, kBlock * kParts, line.begin() + static_cast<ptrdiff_t>(old * kParts));
     const size_t step = n - old;
     for (size_t at = 0; at < kBlock; at += step) {
-      std::copy_n(reinterpret_cast<const float*>(line.data() + at), 2 * n, &time[0][0]);
-      fftwf_execute(forward);
-      volk_32fc_x2_multiply_32fc(reinterpret_cast<lv_32fc_t*>(spectrum), reinterpret_cast<lv_32fc_t*>(spectrum),
-                                 reinterpret_cast<lv_32fc_t*>(response), static_cast<unsigned>(n));
-      fftwf_execute(inverse);
-      std::copy_n(&time[old][0], 2 * std::min(step, kBlock - at), &out()[at].re);
+      converted(line.data() + at * kParts, time, n * kParts);
+      F::execute(forward);
+      multiply(&response[0][0], &spectrum[0][0], bins);
+      F::execute(inverse);
+      converted(time + old * kParts, out + at * kParts, std::min(step, kBlock - at) * kParts);
     }
-    std::copy_n(line.data() + kBlock, old, line.data());
+    std::copy_n(line.data() + kBlock * kParts, old * kParts, line.data());
   }
 };
 
@@ -343,12 +319,14 @@ void registerFir() {
     enter<LiquidReal>("real", "liquid", rates);
     enter<LiquidFft>("real", "liquid-fft", rates);
     enter<VolkReal>("real", "volk-dot", rates);
-    enter<FftwReal>("real", "fftw", rates);
+    enter<OverlapSave<float, float>>("real", "fftw", rates);
+    enter<OverlapSave<float, double>>("real", "fftw-f64", rates);
     enterOurs<Ours<MoxC, float>>("complex-real-taps", rates);
     enter<LiquidComplexRealTaps>("complex-real-taps", "liquid", rates);
     enterOurs<Ours<MoxC, MoxC>>("complex", rates);
     enter<LiquidComplex>("complex", "liquid", rates);
-    enter<FftwComplex>("complex", "fftw", rates);
+    enter<OverlapSave<MoxC, float>>("complex", "fftw", rates);
+    enter<OverlapSave<MoxC, double>>("complex", "fftw-f64", rates);
   }
   enterOurs<OursSingle>("single", {64, 1, 1});
   enter<LiquidSingle>("single", "liquid", {64, 1, 1});

@@ -87,4 +87,12 @@ void multiply(const R* h, R scale, R* x, size_t n) {
 void multiplyScaled(const float* h, float scale, float* x, size_t n) { multiply(h, scale, x, n); }
 void multiplyScaled(const double* h, double scale, double* x, size_t n) { multiply(h, scale, x, n); }
 
+void converted(const float* from, float* to, size_t n) { std::memcpy(to, from, n * sizeof(float)); }
+void converted(const float* from, double* to, size_t n) {
+  for (size_t i = 0; i < n; ++i) to[i] = from[i];
+}
+void converted(const double* from, float* to, size_t n) {
+  for (size_t i = 0; i < n; ++i) to[i] = static_cast<float>(from[i]);
+}
+
 }  // namespace moxbench

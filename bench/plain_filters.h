@@ -23,4 +23,9 @@ void plainDft(const double* in, const double* w, double* out, size_t n);
 void multiplyScaled(const float* h, float scale, float* x, size_t n);
 void multiplyScaled(const double* h, double scale, double* x, size_t n);
 
+// Copies n values to the other type or the same.
+void converted(const float* from, float* to, size_t n);
+void converted(const float* from, double* to, size_t n);
+void converted(const double* from, float* to, size_t n);
+
 }  // namespace moxbench
