@@ -31,11 +31,10 @@ template <bool Fma>
 struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 8, Fma> : Passes<float, 8, 4, 1, 8> {};
-// (A radix of 4 is less than the lanes of a 64-byte vector: what is not chosen must not be instantiated.)
 template <bool Fma>
-struct KernelOf<float, 9, Fma> : std::conditional_t<Fma, Passes<float, 8, 8, 1, 8>, Passes<float, 4, 8, 1, 16>> {};
+struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
 template <bool Fma>
-struct KernelOf<float, 10, Fma> : std::conditional_t<Fma, Passes<float, 8, 8, 1, 16>, Passes<float, 4, 16, 1, 16>> {};
+struct KernelOf<float, 10, Fma> : Passes<float, 8, 8, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 8, 4, 8> {};
 template <bool Fma>
@@ -61,20 +60,20 @@ template <>
 struct KernelOf<double, 5, false> : Passes<double, 8, 1, 1, 4> {};
 template <>
 struct KernelOf<double, 6, false> : Passes<double, 8, 1, 1, 8> {};
-template <bool Fma>
-struct KernelOf<double, 7, Fma> : Passes<double, 8, 1, 1, 16> {};
+template <>
+struct KernelOf<double, 7, true> : Passes<double, 8, 1, 1, 16> {};
 template <>
 struct KernelOf<double, 8, true> : Passes<double, 8, 4, 1, 8> {};
 template <>
 struct KernelOf<double, 9, true> : Passes<double, 8, 8, 1, 8> {};
 template <>
-struct KernelOf<double, 10, true> : BackPasses<double, 8, 8, 1, 16> {};
+struct KernelOf<double, 7, false> : BackPasses<double, 4, 4, 1, 8> {};
 template <>
-struct KernelOf<double, 8, false> : BackPasses<double, 4, 4, 1, 16> {};
+struct KernelOf<double, 8, false> : BackPasses<double, 8, 4, 1, 8> {};
 template <>
-struct KernelOf<double, 9, false> : BackPasses<double, 8, 4, 1, 16> {};
-template <>
-struct KernelOf<double, 10, false> : BackPasses<double, 4, 4, 4, 16> {};
+struct KernelOf<double, 9, false> : BackPasses<double, 8, 8, 1, 8> {};
+template <bool Fma>
+struct KernelOf<double, 10, Fma> : BackPasses<double, 8, 8, 1, 16> {};
 template <bool Fma>
 struct KernelOf<double, 11, Fma> : BackPasses<double, 8, 8, 4, 8> {};
 template <bool Fma>

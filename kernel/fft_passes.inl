@@ -8,9 +8,10 @@
 // A pass of radix R over a block of length M takes columns n = 0 .. m-1, m = M/R, and puts output p of column n in
 // place n + pm, times w_M^(pn).
 //
-// BackPasses, for what fills the first-level cache: the transposed network with the same twiddles. The last pass comes
-// first and scatters its results to the blocks, the others take their inputs times w_M^(pn) and end with the columns of
-// the whole. From the second pass on all is in place, in the output if it is another array than the input.
+// BackPasses, for what fills the first-level cache: the transposed network. The last pass comes first and scatters its
+// results to the blocks, the others take their inputs times w_M^(pn) and end with the columns of the whole. From the
+// second pass on all is in place, in the output if it is another array than the input. Those passes take their inputs
+// in pairs: block p >= R/2 stands for p - R.
 
 // The twiddles of all columns of a pass, L columns in a vector, as vectors [n / L][p - 1].
 template <class V, bool Ready>
@@ -25,6 +26,33 @@ void storePass(const Roots& roots, bool mapped, int M, int R, ElementOf<V>* to) 
       for (int lane = 0; lane < L; ++lane) {
         storeTwiddle<V, Ready>(roots, mapped, false, M, R, p, n + lane, lane, to);
       }
+    }
+  }
+}
+
+// The same of a pass that takes its inputs in pairs, as pairedButterfly() wants them.
+template <class V, bool Ready>
+constexpr size_t pairedElements(int columns, int R) {
+  constexpr int L = sizeof(V) / sizeof(ElementOf<V>) / 2;
+  return static_cast<size_t>(((R / 2 - 1) * kRootPairElements<V, Ready> + kRootElements<V, Ready>)*columns / L);
+}
+template <class V, bool Ready>
+void storePairedPass(const Roots& roots, int M, int R, ElementOf<V>* to) {
+  using T = ElementOf<V>;
+  constexpr int L = sizeof(V) / sizeof(T) / 2;
+  for (int n = 0; n < M / R; n += L) {
+    for (int p = 1; p <= R / 2; ++p) {
+      for (int lane = 0; lane < L; ++lane) {
+        const auto k = static_cast<uint64_t>(p < R / 2 ? p : M - R / 2) * static_cast<uint64_t>(n + lane);
+        const Root w = roots.at((k << roots.order()) / static_cast<uint64_t>(M));
+        const T re = rounded<T>(w.re), im = rounded<T>(w.im);
+        if (p < R / 2) {
+          storeRootPair<V, Ready>(re, im, lane, to);
+        } else {
+          storeRoot<V, Ready>(re, im, lane, to);
+        }
+      }
+      to += p < R / 2 ? kRootPairElements<V, Ready> : kRootElements<V, Ready>;
     }
   }
 }
@@ -231,24 +259,47 @@ struct BackPasses {
   static constexpr size_t kStride = N / kLast;               // between the values of a column of the first pass
 
   // The table, in elements from its start. The columns of the whole are too many for ready twiddles.
-  static constexpr bool kReady = false, kReadyMiddle = true;
+  static constexpr bool kReady = false, kReadyMiddle = std::is_same_v<T, double>;
   static constexpr size_t kTwiddles0 = 0;
-  static constexpr size_t kTwiddles1 = kTwiddles0 + twiddleElements<V, kReady>(N / R0 / L, R0);
-  static constexpr size_t kTwiddles2 = kTwiddles1 + twiddleElements<V, kReadyMiddle>(N / R0 / R1 / L, R1);
-  static constexpr size_t kTwiddlesEnd = kTwiddles2 + twiddleElements<V, kReadyMiddle>(kLast / L, R2);
+  static constexpr size_t kTwiddles1 = kTwiddles0 + pairedElements<V, kReady>(N / R0, R0);
+  static constexpr size_t kTwiddles2 = kTwiddles1 + pairedElements<V, kReadyMiddle>(N / R0 / R1, R1);
+  static constexpr size_t kTwiddlesEnd = kTwiddles2 + (R2 > 1 ? pairedElements<V, kReadyMiddle>(kLast, R2) : 0);
   static constexpr size_t kScratch = (kTwiddlesEnd + kLine - 1) / kLine * kLine;
   static constexpr uint64_t kElements = kScratch + 2 * N + kWorkRoom / sizeof(T);
 
-  // The element that block q (of N / kLast, in natural order) begins with.
+  // The element that the block of column q of the first pass begins with: q = p0 + R0 (p1 + R1 p2) mod kStride, where
+  // p >= R/2 counts as p - R.
   static constexpr size_t place(size_t q) {
-    const size_t p0 = q % R0, p1 = q / R0 % R1, p2 = q / (R0 * R1);
-    return 2 * kLast * ((p0 * R1 + p1) * R2 + p2);
+    const size_t q1 = (q + R0 / 2) / R0, q2 = (q1 + R1 / 2) / R1;
+    return 2 * kLast * ((q % R0 * R1 + q1 % R1) * R2 + q2 % R2);
+  }
+  // Of lane l of the columns q, q+1, ...; q is a multiple of L.
+  MOX_INLINE static size_t place(size_t q, size_t l) {
+    constexpr size_t alike = R0 / 2;  // columns that differ in p0 alone
+    return place(q + l / alike * alike) + place(l % alike);
+  }
+  // From this column on that sum is negative, and its block begins with the last value of the column.
+  static constexpr size_t kTurned = R0 / 2 + R0 * (R1 / 2 - 1 + R1 * (R2 > 1 ? R2 / 2 - 1 : 0));
+  MOX_INLINE static void turn(V (&x)[kLast], size_t q) {
+    if (q + L <= kTurned) return;
+    const V last = x[kLast - 1];
+    if constexpr (L > R0 / 2) {
+      if (q < kTurned) {
+#pragma GCC unroll 32
+        for (size_t k = kLast - 1; k > 0; --k) x[k] = joinedHalves(x[k], x[k - 1]);
+        x[0] = joinedHalves(x[0], last);
+        return;
+      }
+    }
+#pragma GCC unroll 32
+    for (size_t k = kLast - 1; k > 0; --k) x[k] = x[k - 1];
+    x[0] = last;
   }
 
   static void build(const Roots& roots, T* table) {
-    storePass<V, kReady>(roots, false, N, R0, table + kTwiddles0);
-    storePass<V, kReadyMiddle>(roots, false, N / R0, R1, table + kTwiddles1);
-    storePass<V, kReadyMiddle>(roots, false, kLast * R2, R2, table + kTwiddles2);
+    storePairedPass<V, kReady>(roots, N, R0, table + kTwiddles0);
+    storePairedPass<V, kReadyMiddle>(roots, N / R0, R1, table + kTwiddles1);
+    if constexpr (R2 > 1) storePairedPass<V, kReadyMiddle>(roots, kLast * R2, R2, table + kTwiddles2);
   }
 
   MOX_INLINE static void prefetchBlock(const T* block) {
@@ -283,11 +334,12 @@ struct BackPasses {
     V x[kLast];
 #pragma GCC unroll 32
     for (size_t k = 0; k < kLast; ++k) x[k] = pinned(io.template get<V>(q + k * kStride));
+    turn(x, q);
     T* blocks[L];
 #pragma GCC unroll 32
     for (size_t l = 0; l < L; ++l) {
-      blocks[l] = to + place(q) + place(l);
-      prefetchBlock(to + place(q + kAhead) + place(l));
+      blocks[l] = to + place(q, l);
+      prefetchBlock(to + place(q + kAhead, l));
     }
     firstEnd<D>(x, blocks);
   }
@@ -302,14 +354,15 @@ struct BackPasses {
       if (q >= kStride / 2) __builtin_unreachable();  // see above
       V x[kLast], y[kLast];
 #pragma GCC unroll 32
-      for (size_t k = 0; k < kLast; ++k) io.template getMirrored<V>(q + k * kStride, x[k], y[kLast - 1 - k]);
+      for (size_t k = 0; k < kLast; ++k) io.template getMirrored<V>(q + k * kStride, x[k], y[(kLast - k) % kLast]);
+      turn(x, q);  // y is turned by its places
       T *blocks[L], *mirrored[L];
 #pragma GCC unroll 32
       for (size_t l = 0; l < L; ++l) {
-        blocks[l] = to + place(q) + place(l);
-        mirrored[l] = l == 0 ? to + place(kStride - q) : to + place(kStride - q - L) + place(L - l);
-        prefetchBlock(to + place(q + L) + place(l));
-        prefetchBlock(l == 0 ? to + place(kStride - q - L) : to + place(kStride - q - 2 * L) + place(L - l));
+        blocks[l] = to + place(q, l);
+        mirrored[l] = to + (l == 0 ? place(kStride - q) : place(kStride - q - L, L - l));
+        prefetchBlock(to + place(q + L, l));
+        prefetchBlock(to + (l == 0 ? place(kStride - q - L) : place(kStride - q - 2 * L, L - l)));
       }
       firstEnd<D>(x, blocks);
       firstEnd<D>(y, mirrored);
@@ -320,20 +373,16 @@ struct BackPasses {
   MOX_INLINE static void columns(const T* from, const Io& to, const T* twiddles) {
     for (size_t n = 0; n < m; n += L) {
       V x[R];
-      x[0] = pinned(load<V>(from + 2 * n));
 #pragma GCC unroll 32
-      for (size_t p = 1; p < R; ++p) {
-        const V v = pinned(load<V>(from + 2 * (n + p * m)));
-        x[p] = timesRootAt<D, Ready>(v, twiddles + (p - 1) * kRootElements<V, Ready>);
-      }
-      butterfly<D>(x, factorsOf<R, V>(ExactFactors()));
+      for (size_t p = 0; p < R; ++p) x[p] = pinned(load<V>(from + 2 * (n + p * m)));
+      pairedButterfly<D, Ready>(x, twiddles);
 #pragma GCC unroll 32
       for (size_t j = 0; j < R; ++j) to.put(n + j * m, x[j]);
       if constexpr (kPrefetch) {  // the last lines that the next vectors go to
 #pragma GCC unroll 32
         for (size_t j = 0; j < R; ++j) to.prefetch(n + 2 * L - 1 + j * m);
       }
-      twiddles += (R - 1) * kRootElements<V, Ready>;
+      twiddles += pairedElements<V, Ready>(L, R);
     }
   }
 

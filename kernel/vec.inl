@@ -27,6 +27,12 @@ MOX_INLINE V load(const ElementOf<V>* p) {
   return v;
 }
 
+// From a multiple of the vector's size: what instructions of 16 bytes take as an operand in memory.
+template <class V>
+MOX_INLINE V loadAligned(const ElementOf<V>* p) {
+  return load<V>(static_cast<const ElementOf<V>*>(__builtin_assume_aligned(p, sizeof(V))));
+}
+
 template <class V>
 MOX_INLINE void store(ElementOf<V>* p, V v) {
   __builtin_memcpy(p, &v, sizeof v);
@@ -291,17 +297,45 @@ void storeRoot(ElementOf<V> re, ElementOf<V> im, int lane, ElementOf<V>* w) {
   }
 }
 
-// timesRoot() with the roots in a table.
+// timesRoot() with the roots in a table at a multiple of the vector's size; of two values where `swapped` has not the
+// parts of v: v Re w + i u Im w, where swapped = swapParts(u).
 template <int D, bool Ready, class V>
-MOX_INLINE V timesRootAt(V v, const ElementOf<V>* w) {
+MOX_INLINE V timesRootAt(V v, V swapped, const ElementOf<V>* w) {
   constexpr int n = sizeof(V) / sizeof(*w);
   if constexpr (!kHasFma) {
-    const V cross = swapParts(v) * load<V>(w + n);
-    return D > 0 ? v * load<V>(w) + cross : v * load<V>(w) - cross;
+    const V cross = swapped * loadAligned<V>(w + n);
+    return D > 0 ? v * loadAligned<V>(w) + cross : v * loadAligned<V>(w) - cross;
   } else if constexpr (Ready) {
-    return fmaAlternating<D>(v, load<V>(w), swapParts(v) * load<V>(w + n));
+    return fmaAlternating<D>(v, load<V>(w), swapped * load<V>(w + n));
   } else {
-    return fmaAlternating<D>(v, realPartsAt<V>(w), swapParts(v) * imagPartsAt<V>(w));
+    return fmaAlternating<D>(v, realPartsAt<V>(w), swapped * imagPartsAt<V>(w));
+  }
+}
+template <int D, bool Ready, class V>
+MOX_INLINE V timesRootAt(V v, const ElementOf<V>* w) {
+  return timesRootAt<D, Ready>(v, swapParts(v), w);
+}
+
+// A root from a table, and -i times that: without fused multiply-add another root, for its signs, else the same one.
+template <class V, bool Ready>
+constexpr int kRootPairElements = (kHasFma ? 1 : 2) * kRootElements<V, Ready>;
+
+template <class V, bool Ready>
+void storeRootPair(ElementOf<V> re, ElementOf<V> im, int lane, ElementOf<V>* w) {
+  storeRoot<V, Ready>(re, im, lane, w);
+  if (!kHasFma) storeRoot<V, Ready>(im, -re, lane, w + kRootElements<V, Ready>);
+}
+
+// The same as above with -i w (D = 1) or its conjugate.
+template <int D, bool Ready, class V>
+MOX_INLINE V timesTurnedRootAt(V v, V swapped, const ElementOf<V>* w) {
+  constexpr int n = sizeof(V) / sizeof(*w);
+  if constexpr (!kHasFma) {
+    return timesRootAt<D, Ready>(v, swapped, w + kRootElements<V, Ready>);
+  } else if constexpr (Ready) {
+    return fmaAlternating<-D>(v, load<V>(w + n), swapped * load<V>(w));
+  } else {
+    return fmaAlternating<-D>(v, imagPartsAt<V>(w), swapped * realPartsAt<V>(w));
   }
 }
 
