@@ -54,6 +54,16 @@ void plainBiquads(const float* taps, size_t sections, double* delay, const float
   }
 }
 
+void plainDirect(const float* taps, size_t order, double* delay, const float* in, float* out, size_t n) {
+  const float *const b = taps, *const a = taps + order;
+  for (size_t i = 0; i < n; ++i) {
+    const double x = in[i], y = delay[0] + b[0] * x;
+    for (size_t k = 1; k < order; ++k) delay[k - 1] = delay[k] + b[k] * x - a[k] * y;
+    delay[order - 1] = b[order] * x - a[order] * y;
+    out[i] = static_cast<float>(y);
+  }
+}
+
 void plainLms(float* taps, float* line, size_t length, float step, double* error, const float* in, const float* desired,
               float* out, size_t n) {
   for (size_t t = 0; t < n; ++t) {

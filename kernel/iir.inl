@@ -322,6 +322,105 @@ void directFew(const typename Form::Real* taps, typename Form::Real* stored, con
   for (int i = 0; i < N; ++i) Form::put(stored + static_cast<size_t>(i) * Form::kOut, d[i]);
 }
 
+#if MOX_VEC_BYTES >= 32
+MOX_INLINE Four lanesOf(Four v, const double* mask) { return _mm256_and_pd(v, load<Four>(mask)); }
+MOX_INLINE void lanes(Four v, double (&x)[4]) {
+#  pragma GCC unroll 4
+  for (int i = 0; i < 4; ++i) x[i] = v[i];
+}
+#else
+MOX_INLINE Four lanesOf(Four v, const double* mask) {
+  return {_mm_and_pd(v.low, load<Two>(mask)), _mm_and_pd(v.high, load<Two>(mask + 2))};
+}
+MOX_INLINE void lanes(Four v, double (&x)[4]) {
+#  pragma GCC unroll 2
+  for (int i = 0; i < 2; ++i) x[i] = v.low[i], x[i + 2] = v.high[i];
+}
+#endif
+
+// d[i] is what result i has from earlier samples, in vectors of four results. These stay where they are while four
+// samples go by, and the coefficients move past them; each result adds its products in the order of the direct form.
+// The coefficients have zeros behind them, which no result may take: they could meet an infinity.
+//
+// For orders up to this all stays in registers; beyond, the loop below is faster.
+constexpr size_t kMostGrouped = kVecBytes == 64 ? 64 : kVecBytes == 32 ? 40 : 24;
+struct DirectTaps {
+  double b[kMostGrouped + 8], a[kMostGrouped + 8];  // a[i] = -a_i
+  double mask[kMostGrouped + 8];                    // all bits of i <= order
+};
+template <class R>
+void directTaps(const R* taps, size_t order, DirectTaps& t) {
+  if (order > kMostGrouped) __builtin_unreachable();
+  for (size_t i = 0; i < order + 8; ++i) {
+    const bool there = i <= order;
+    t.b[i] = there ? double{taps[i]} : 0;
+    t.a[i] = there && i > 0 ? -double{taps[order + i]} : 0;
+    const uint64_t bits = there ? ~uint64_t{0} : 0;
+    __builtin_memcpy(t.mask + i, &bits, sizeof bits);
+  }
+}
+
+// Sample k of four: q are the results of these, sums[j] those of four j places on; at most 4 Count is the order.
+template <int Count>
+MOX_INLINE double directStep(const DirectTaps& t, int k, double x, double (&q)[4], Four (&sums)[Count + 1]) {
+  const double y = accumulate(t.b[0], x, q[k]);
+#pragma GCC unroll 4
+  for (int v = k + 1; v < 4; ++v) q[v] = accumulate(t.a[v - k], y, accumulate(t.b[v - k], x, q[v]));
+  const Four fourX = four(x), fourY = four(y);
+#pragma GCC unroll 16
+  for (int j = 1; j <= Count; ++j) {
+    const int at = 4 * j - k;
+    const Four sum = fma(loadFour(t.a + at), fourY, fma(loadFour(t.b + at), fourX, sums[j]));
+    sums[j] = j < Count - 1 ? sum : lanesOf(sum, t.mask + at);
+  }
+  return y;
+}
+
+template <class R, int Count>
+MOX_NOINLINE void directGroups(const DirectTaps& t, double* d, const R* in, R* out, size_t groups) {
+  Four sums[Count + 1];
+#pragma GCC unroll 16
+  for (int j = 0; j < Count; ++j) sums[j] = loadFour(d + 4 * j);
+  for (; groups; --groups, in += 4, out += 4) {
+    double q[4];
+    lanes(sums[0], q);
+    sums[Count] = four(0);
+    const double x[4] = {in[0], in[1], in[2], in[3]};
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) out[k] = static_cast<R>(directStep<Count>(t, k, x[k], q, sums));
+#pragma GCC unroll 16
+    for (int j = 0; j < Count; ++j) sums[j] = sums[j + 1];
+  }
+#pragma GCC unroll 16
+  for (int j = 0; j < Count; ++j) storeFour(d + 4 * j, sums[j]);
+}
+
+template <class R, int... Counts>
+MOX_INLINE void directGroups(const DirectTaps& t, size_t count, double* d, const R* in, R* out, size_t groups,
+                             std::integer_sequence<int, Counts...>) {
+  using Run = void (*)(const DirectTaps&, double*, const R*, R*, size_t);
+  static constexpr Run runs[] = {directGroups<R, Counts + 3>...};
+  runs[count - 3](t, d, in, out, groups);
+}
+
+template <class R>
+void directMany(const R* taps, size_t order, R* stored, const R* in, R* out, size_t n) {
+  DirectTaps t;
+  directTaps(taps, order, t);
+  double d[kMostGrouped + 4] = {};
+  for (size_t i = 0; i < order; ++i) d[i] = stored[i];
+  const size_t groups = n / 4;
+  constexpr auto kCounts = std::make_integer_sequence<int, static_cast<int>(kMostGrouped / 4) - 2>();
+  directGroups(t, (order + 3) / 4, d, in, out, groups, kCounts);
+  for (size_t k = 4 * groups; k < n; ++k) {
+    const double x = in[k], y = accumulate(t.b[0], x, d[0]);
+    d[order] = 0;
+    for (size_t i = 1; i <= order; ++i) d[i - 1] = accumulate(t.a[i], y, accumulate(t.b[i], x, d[i]));
+    out[k] = static_cast<R>(y);
+  }
+  for (size_t i = 0; i < order; ++i) stored[i] = static_cast<R>(d[i]);
+}
+
 // The delay line in float64 over the call, of which there is room for kIirKept values.
 template <class Form>
 void directKept(const typename Form::Real* taps, size_t order, typename Form::Real* stored,
@@ -392,6 +491,9 @@ void direct(const typename Form::Real* taps, size_t order, typename Form::Real* 
     }
   }
   if (order == 0 || order > kIirKept || n == 1) return directStored<Form>(taps, order, stored, in, out, n);
+  if constexpr (Form::kOut == 1) {
+    if (order <= kMostGrouped) return directMany(taps, order, stored, in, out, n);
+  }
   directKept<Form>(taps, order, stored, in, out, n);
 }
 

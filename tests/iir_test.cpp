@@ -67,9 +67,9 @@ struct Shape {
   int32_t size;  // order or sections
   int32_t order() const { return biquads ? 2 * size : size; }
 };
-const Shape kShapes[] = {{false, 0}, {false, 1}, {false, 2},  {false, 3}, {false, 4}, {false, 5},
-                         {false, 8}, {false, 9}, {false, 30}, {true, 1},  {true, 2},  {true, 3},
-                         {true, 4},  {true, 5},  {true, 8},   {true, 13}};
+const Shape kShapes[] = {{false, 0}, {false, 1},  {false, 2},  {false, 3},  {false, 4},  {false, 5},  {false, 8},
+                         {false, 9}, {false, 30}, {false, 16}, {false, 41}, {false, 64}, {false, 65}, {true, 1},
+                         {true, 2},  {true, 3},   {true, 4},   {true, 5},   {true, 8},   {true, 13}};
 constexpr Shape kLong[] = {{false, 150}, {true, 70}};  // more delay values than stay in float64 over a block
 
 // The coefficients of a filter as Init wants them: biquads with poles of size 0.3 to 0.97, direct forms with feedback
