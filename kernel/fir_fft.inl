@@ -104,16 +104,14 @@ void firFastBlock(const FirPlan& plan, const FirShape& shape, const float* taps,
     }
     // The last stretch reaches farther back than it has to, so that it is whole.
     const size_t back = done > 0 ? step - m : 0, before = old + back;
-    const float* x =
-        signal.input + (static_cast<ptrdiff_t>(done) - static_cast<ptrdiff_t>(before)) * static_cast<ptrdiff_t>(S);
-    if (done < before || m + before < length) {
-      float* const line = plan.line;
-      const size_t history = done < before ? before - done : 0;
-      __builtin_memcpy(line, signal.newest - (history - 1) * S, history * S * sizeof(float));
-      const size_t fresh = before + m - history;
-      __builtin_memcpy(line + history * S, signal.input + (done + m - fresh) * S, fresh * S * sizeof(float));
-      for (size_t i = (before + m) * S; i < values; ++i) line[i] = 0;
-      x = line;
+    const float* x = plan.line;
+    if (done >= before && m + before == length) {
+      x = signal.input + (done - before) * S;
+    } else {
+      const size_t history = done < before ? before - done : 0, fresh = before + m - history;
+      __builtin_memcpy(plan.line, signal.newest + S - history * S, history * S * sizeof(float));
+      __builtin_memcpy(plan.line + history * S, signal.input + (done + m - fresh) * S, fresh * S * sizeof(float));
+      for (size_t i = (before + m) * S; i < values; ++i) plan.line[i] = 0;
     }
     firTransformed(plan, FirIo<S>{x, plan.results, values / 2}, FirProducts{plan.response});
 
