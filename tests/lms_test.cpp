@@ -241,6 +241,38 @@ void checkFollowing(const F& form, const Setting& set, int32_t steps) {
   moxLmsFree(&state);
 }
 
+// What a filter does not look at may be anything: places of the delay line behind the last tap.
+TEST(Lms, PlacesBehindTheTaps) {
+  forEachLevel([] {
+    forEachForm([](auto form) {
+      SCOPED_TRACE(form.letters);
+      using S = typename decltype(form)::S;
+      using T = typename decltype(form)::T;
+      for (const float leak : {0.0f, 1e-3f, 0.2f}) {
+        std::vector<std::vector<T>> results;
+        for (const bool spoilt : {false, true}) {
+          // Samples that leave at the first step.
+          auto taps = noise<T>(21, 3);
+          std::vector<S> line(26);
+          LmsTapState tapState;
+          LmsDlyState delayState;
+          form.initMr(0, taps.data(), 21, 0.02f, leak, 0, 5, 4, &tapState);
+          form.initDlyl(&tapState, line.data(), 1, &delayState);
+          ASSERT_EQ(delayState.len, 26);
+          if (spoilt) std::fill(line.begin() + 21, line.end(), makeValue<S>(INFINITY, 0));
+          const auto in = noise<S>(50, 4);
+          for (size_t t = 0; t < 10; ++t) {
+            taps.push_back(form.period(&tapState, &delayState, in.data() + 5 * t, noise<T>(1, 7)[0]));
+            tapState.taps = taps.data();
+          }
+          results.push_back(taps);
+        }
+        EXPECT_TRUE(sameBits(results[0], results[1])) << leak;
+      }
+    });
+  });
+}
+
 TEST(LmsObject, FollowsADesiredSignal) {
   forEachLevel([] {
     forEachForm([](auto form) {
