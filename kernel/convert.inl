@@ -484,23 +484,24 @@ struct ImaginaryHalf {
   MOX_INLINE static Int32s of(Int32s words) { return words >> 16; }
 };
 
-// floor(sqrt(re^2 + im^2)): a float32 root is off by less than 1, whatever the rounding mode. 2^31 counts as such.
+// floor(sqrt(re^2 + im^2)): the float32 root, whatever the rounding mode and the estimate, is off by less than 1/16.
+// 2^31 counts as such.
 struct Magnitude16 {
   MOX_INLINE static Int32s of(Int32s words) {
 #if MOX_VEC_BYTES == 16
     const __m128i squares = _mm_madd_epi16(reinterpret_cast<__m128i>(words), reinterpret_cast<__m128i>(words));
-    const Floats s = _mm_cvtepi32_ps(squares);
+    const Floats found = root(magnitudeOf(Floats(_mm_cvtepi32_ps(squares))));
 #elif MOX_VEC_BYTES == 32
     const __m256i squares = _mm256_madd_epi16(reinterpret_cast<__m256i>(words), reinterpret_cast<__m256i>(words));
-    const Floats s = _mm256_cvtepi32_ps(squares);
+    const Floats found = root(magnitudeOf(Floats(_mm256_cvtepi32_ps(squares))));
 #else
     const __m512i both = reinterpret_cast<__m512i>(words), squares = _mm512_madd_epi16(both, both);
-    const Floats s = _mm512_maskz_cvtepi32_ps(0xffff, squares);
+    const __m512i atLeast1 = _mm512_maskz_max_epu32(0xffff, squares, _mm512_set1_epi32(1));
+    const Floats found = rootAndInverse(Floats(_mm512_maskz_cvtepu32_ps(0xffff, atLeast1))).a;
 #endif
-    const Uint32s t = reinterpret_cast<Uint32s>(truncated(root(magnitudeOf(s))));
+    const Uint32s t = reinterpret_cast<Uint32s>(truncated(found + 0.0625f));
     const Int32s rest = reinterpret_cast<Int32s>(reinterpret_cast<Uint32s>(squares) - t * t);
-    const Int32s r = reinterpret_cast<Int32s>(t);
-    return r + (rest < 0) - (rest > 2 * r);
+    return reinterpret_cast<Int32s>(t) + (rest < 0);
   }
 };
 

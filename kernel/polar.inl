@@ -24,12 +24,6 @@ MOX_INLINE Vec<float, 4> root(Vec<float, 4> v) { return _mm_sqrt_ps(v); }
 MOX_INLINE Vec<float, 8> root(Vec<float, 8> v) { return _mm256_sqrt_ps(v); }
 #endif
 
-#if MOX_VEC_BYTES == 64
-MOX_INLINE Vec<float, 16> reciprocalEstimate(Vec<float, 16> v) { return _mm512_maskz_rcp14_ps(0xffff, v); }
-#elif MOX_VEC_BYTES == 32
-MOX_INLINE Vec<float, 8> reciprocalEstimate(Vec<float, 8> v) { return _mm256_rcp_ps(v); }
-#endif
-
 // 1/sqrt(s) to 22 bits, s in the range of float32.
 template <class V>
 MOX_INLINE V inverseRootEstimate(V s) {
@@ -190,23 +184,67 @@ MOX_INLINE V magnitudeInFloat64(Pair<V> v) {
   return narrowed(root(xl * xl + yl * yl), root(xh * xh + yh * yh));
 }
 
-// The same by float32 arithmetic: it knows the sum of squares to 2^-47 and its root to 2^-34; where that does not
-// decide the rounding, or something may overflow or underflow, float64 does. So the reciprocal estimate, which differs
-// from processor to processor, is not seen in the result.
+#if MOX_HAS_FMA
+// Of two values, the one of larger magnitude without its sign, and the other one, its sign left open. A NaN comes
+// through in one of them.
+#  if MOX_VEC_BYTES == 64
+MOX_INLINE Pair<Vec<float, 16>> byMagnitude(Vec<float, 16> x, Vec<float, 16> y) {
+  constexpr int exclusiveOr = 0x96;
+  const Vec<float, 16> larger = _mm512_maskz_range_ps(0xffff, x, y, 0xb);  // takes a number before a quiet NaN
+  const __m512i other = _mm512_ternarylogic_epi32(_mm512_castps_si512(x), _mm512_castps_si512(y),
+                                                  _mm512_castps_si512(larger), exclusiveOr);
+  return {larger, _mm512_castsi512_ps(other)};
+}
+// sqrt(s) to a unit and 1/sqrt(s) to kInverseError, four times what the estimate claims. (The root of 16 values takes
+// 12 cycles, all the rest of a magnitude 14.)
+constexpr float kInverseError = 0x1p-12f;
+MOX_INLINE Pair<Vec<float, 16>> rootAndInverse(Vec<float, 16> s) {
+  const Vec<float, 16> y = _mm512_maskz_rsqrt14_ps(0xffff, s), r = s * y;
+  return {fma(fnma(r, r, s), y * 0.5f, r), y};
+}
+// Whether any a differs from its b (as NaN does), or any s is below `least`.
+MOX_INLINE bool anyDiffersOrBelow(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> s, float least) {
+  const __mmask16 differs = _mm512_cmp_ps_mask(a, b, _CMP_NEQ_UQ);
+  return !_kortestz_mask16_u8(differs, _mm512_cmp_ps_mask(s, _mm512_set1_ps(least), _CMP_NGE_UQ));
+}
+#  else
+MOX_INLINE Pair<Vec<float, 8>> byMagnitude(Vec<float, 8> x, Vec<float, 8> y) {
+  const Vec<float, 8> a = magnitudeOf(x), b = magnitudeOf(y);
+  return {greater(a, b), less(b, a)};  // of a NaN and a number, both take the second operand
+}
+constexpr float kInverseError = 0x1p-10f;
+MOX_INLINE Pair<Vec<float, 8>> rootAndInverse(Vec<float, 8> s) {
+  const Vec<float, 8> r = root(s);
+  return {r, _mm256_rcp_ps(r)};
+}
+MOX_INLINE bool anyDiffersOrBelow(Vec<float, 8> a, Vec<float, 8> b, Vec<float, 8> s, float least) {
+  const __m256 differs = _mm256_cmp_ps(a, b, _CMP_NEQ_UQ), below = _mm256_cmp_ps(s, _mm256_set1_ps(least), _CMP_NGE_UQ);
+  return _mm256_movemask_ps(_mm256_or_ps(differs, below)) != 0;
+}
+#  endif
+#endif
+
+// The same by float32 arithmetic. With a >= b the two magnitudes, s is a^2 + b^2 rounded twice, and s + rest is that
+// sum to 2^-47. With r its root to a unit, the root is r + c to 2^-46, c = (s + rest - r^2) / 2r, of which 1/r is known
+// to kInverseError. Both ends are rounded: where they agree, the root rounds there, too, and so does float64's,
+// whatever the estimate of 1/r was (it differs from processor to processor) and whatever unit it left r at. Where they
+// do not, c being near half a unit, or something may underflow or has overflowed, float64 decides.
 struct MagnitudeFloat {
   using Type = float;
   using Inspect = NothingToInspect;
 #if MOX_HAS_FMA
   template <class V>
   MOX_INLINE static V plain(Pair<V> v) {
-    const V x = v.a, y = v.b, p = x * x, q = y * y, most = greater(p, q), s = p + q;
-    const V rest = (less(p, q) - (s - most)) + (fms(x, x, p) + fms(y, y, q));
-    const V r = root(s), twice = (fnma(r, r, s) + rest) * reciprocalEstimate(r);
-    const V above = fma(twice, broadcast<V>(0.5f + 0x1p-11f), r), below = fma(twice, broadcast<V>(0.5f - 0x1p-11f), r);
-    constexpr uint32_t least = 0x17800000, limit = 0x7b800000;  // 2^-80, 2^120
-    const auto outside = bitsOf(s) - least >= BitsVec<V>{} + (limit - least);
-    const BitsVec<V> undecided = bitsOf(above) ^ bitsOf(below);
-    if (anyBit(reinterpret_cast<Words>(outside) | undecided)) [[unlikely]]
+    constexpr float least = 0x1p-80f;
+    const auto [a, b] = byMagnitude(v.a, v.b);
+    const V p = a * a, s = fma(b, b, p), part = s - p;  // exact: p <= s <= 2p
+    const V rest = fms(a, a, p) + fms(b, b, part);
+    const V bounded = greater(broadcast<V>(least), s);  // zeros multiply no infinity
+    const auto [r, inverse] = rootAndInverse(bounded);
+    const V twice = fma(fnma(r, r, bounded), inverse, rest * inverse);
+    const V above = fma(twice, broadcast<V>(0.5f + 0.5f * kInverseError), r);
+    const V below = fma(twice, broadcast<V>(0.5f - 0.5f * kInverseError), r);
+    if (anyDiffersOrBelow(above, below, s, least)) [[unlikely]]
       return magnitudeInFloat64(v);
     return above;
   }
