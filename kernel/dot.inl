@@ -40,14 +40,15 @@ MOX_INLINE Vec<double, 2> lanesFolded(V v) {
   }
 }
 
-// The sum of N vectors, by halves, in two lanes.
-template <class V, int N>
+// The sum of the first N vectors, by halves. (No loop: its array would live in memory.)
+template <size_t N, class V, size_t... K>
+MOX_INLINE void foldHalves(V* v, std::index_sequence<K...>) {
+  ((v[K] += v[K + N / 2]), ...);
+  if constexpr (N > 2) foldHalves<N / 2>(v, std::make_index_sequence<N / 4>());
+}
+template <class V, size_t N>
 MOX_INLINE Vec<double, 2> lanesFolded(V (&v)[N]) {
-#pragma GCC unroll 8
-  for (int half = N / 2; half > 0; half /= 2) {
-#pragma GCC unroll 16
-    for (int k = 0; k < half; ++k) v[k] += v[k + half];
-  }
+  if constexpr (N > 1) foldHalves<N>(v, std::make_index_sequence<N / 2>());
   return lanesFolded(v[0]);
 }
 

@@ -379,28 +379,15 @@ int16_t smallest16(const int16_t* src, size_t n) { return firstOf<Less>(src, n);
 constexpr size_t kSumLanes = 32;
 
 // Every addition's rounding error is kept (Knuth): lanes hold sum and error.
-struct CompensatedSum {
-  template <class T>
-  using Vector = Vec<double, kLanes<double>>;
-  template <class V>
-  MOX_INLINE static void add(V& sum, V& error, V x) {
-    const V s = sum + x, part = s - sum;
-    error += (sum - (s - part)) + (x - part);
-    sum = s;
-  }
-};
-struct SquareSum {
-  template <class T>
-  using Vector = SumVec<T>;
-  template <class V>
-  MOX_INLINE static void add(V& sum, V&, V x) {
-    sum = fma(x, x, sum);
-  }
-};
-
+template <class V>
+MOX_INLINE void addCompensated(V& sum, V& error, V x) {
+  const V s = sum + x, part = s - sum;
+  error += (sum - (s - part)) + (x - part);
+  sum = s;
+}
 template <class V>
 MOX_INLINE void addCompensated(V& sum, V& error, V otherSum, V otherError) {
-  CompensatedSum::add(sum, error, otherSum);
+  addCompensated(sum, error, otherSum);
   error += otherError;
 }
 template <class V>
@@ -425,23 +412,194 @@ MOX_INLINE void foldAllCompensated(V (&s)[N], V (&e)[N], double* hiLo) {
   foldCompensated(s[0], e[0], hiLo);
 }
 
-// hiLo = sum and what its roundings left; SquareSum leaves 0 there.
-template <class Sum, class T>
+// hiLo = sum and what its roundings left.
+template <class T>
 void sumAll(const T* src, size_t n, double* hiLo) {
-  using V = typename Sum::template Vector<T>;
-  constexpr int kWidth = sizeof(V) / sizeof(double), kVectors = kSumLanes / kWidth;
+  using V = Vec<double, kLanes<double>>;
+  constexpr int kWidth = kLanes<double>, kVectors = kSumLanes / kWidth;
   V s[kVectors] = {}, e[kVectors] = {};
   size_t i = 0;
   for (; i + kSumLanes <= n; i += kSumLanes) {
 #pragma GCC unroll 16
-    for (int v = 0; v < kVectors; ++v) Sum::add(s[v], e[v], wide(src + i + v * kWidth, static_cast<V*>(nullptr)));
+    for (int v = 0; v < kVectors; ++v) addCompensated(s[v], e[v], wide(src + i + v * kWidth, static_cast<V*>(nullptr)));
   }
   Lanes sums(s), errors(e);
-  for (size_t k = 0; i < n; ++i, ++k) Sum::add(sums.at[k], errors.at[k], double{src[i]});
+  for (size_t k = 0; i < n; ++i, ++k) addCompensated(sums.at[k], errors.at[k], double{src[i]});
   V allSums[kVectors], allErrors[kVectors];
   sums.storeTo(allSums);
   errors.storeTo(allErrors);
   foldAllCompensated(allSums, allErrors, hiLo);
+}
+
+template <class T>
+double sumOfSquares(const T* src, size_t n) {
+  using V = SumVec<T>;
+  constexpr int kWidth = kSumWidth<T>, kVectors = kSumLanes / kWidth;
+  V s[kVectors] = {};
+  size_t i = 0;
+  for (; i + kSumLanes <= n; i += kSumLanes) {
+#pragma GCC unroll 16
+    for (int v = 0; v < kVectors; ++v) {
+      const V x = summands(src + i + v * kWidth);
+      s[v] = fma(x, x, s[v]);
+    }
+  }
+  Vec<double, 2> pair;
+  if (i < n) {
+    Lanes lanes(s);
+    for (size_t k = 0; i < n; ++i, ++k) lanes.at[k] = fma(double{src[i]}, double{src[i]}, lanes.at[k]);
+    pair = lanes.folded();
+  } else {
+    pair = lanesFolded(s);
+  }
+  return pair[0] + pair[1];
+}
+
+// ---- the mean, where a quick sum decides how it rounds
+//
+// A sum with a bound of its error: where the mean rounds to the same value at both ends, that is the exact mean,
+// rounded. Bounds come from the sum of the squares: by Cauchy's inequality sums of c values are at most
+// sqrt(c squares).
+
+template <class T>
+struct MeanData;
+// float32: rounded sums in float64. Of 4096 values on 8 lanes or more, each lane's error is below 512 2^-53 of the sum
+// of its magnitudes, all together below 2^-37 sqrt(squares).
+template <>
+struct MeanData<float> {
+  static constexpr size_t kBlock = 4096;
+  static constexpr double kError = 0x1p-36, kLeast = 0x1p-100, kLimit = 0x1p100;
+};
+// float64: a lane begins at 1.5 grid and stays between grid and 2 grid, so what each addition takes is a multiple of
+// grid 2^-52, and what it leaves behind is exact. These rests are summed on their own: of 2048 values on 8 lanes or
+// more, 256 additions of at most 256 2^-53 grid each.
+template <>
+struct MeanData<double> {
+  static constexpr size_t kBlock = 2048;
+  static constexpr double kError = 0x1p-85, kLeast = 0x1p-900, kLimit = 0x1p900;
+};
+
+struct PartialSum {
+  double high, low, squares;
+};
+
+// 2^(k + p), 2^2k > x being the least such power.
+MOX_INLINE double rootBound(double x, int p = 0) {
+  const uint64_t exponent = __builtin_bit_cast(uint64_t, x) >> 52;  // that of 2^2k: 1 or 2 more
+  return __builtin_bit_cast(double, ((exponent + 1025) / 2 + static_cast<uint64_t>(p)) << 52);
+}
+
+constexpr size_t kMeanVectors = 4;
+template <class V>
+MOX_INLINE double totalOf(V (&v)[kMeanVectors]) {
+  const Vec<double, 2> pair = lanesFolded(v);
+  return pair[0] + pair[1];
+}
+
+constexpr size_t kMeanStep = kMeanVectors * kLanes<double>;
+
+MOX_INLINE PartialSum partialSum(const double* src, size_t n, double grid) {
+  using V = Vec<double, kLanes<double>>;
+  constexpr size_t N = kLanes<double>;
+  V sums[kMeanVectors], rests[kMeanVectors] = {}, squares[kMeanVectors] = {};
+  const V start = broadcast<V>(1.5 * grid), one = broadcast<V>(1);  // AVX2 adds on fewer units than it fuses on
+  for (V& v : sums) v = start;
+  const auto take = [&](const double* p) __attribute__((always_inline)) {
+#pragma GCC unroll 4
+    for (size_t k = 0; k < kMeanVectors; ++k) {
+      const V x = load<V>(p + k * N), s = fma(x, one, sums[k]);
+      rests[k] += x - (s - sums[k]);
+      squares[k] = fma(x, x, squares[k]);
+      sums[k] = s;
+    }
+  };
+  size_t i = 0;
+  for (; i + kMeanStep <= n; i += kMeanStep) take(src + i);
+  if (i < n) {
+    double some[kMeanStep];
+    for (size_t k = 0; k < kMeanVectors; ++k) store(some + k * N, V{});
+    __builtin_memcpy(some, src + i, (n - i) * sizeof(double));
+    take(some);
+  }
+  for (V& v : sums) v -= start;
+  return {totalOf(sums), totalOf(rests), totalOf(squares)};
+}
+
+MOX_INLINE PartialSum partialSum(const float* src, size_t n, double) {
+  using F = Vec<float, kVecBytes >= 32 ? 8 : 4>;
+  using V = DotVec;
+  constexpr size_t N = kDotWidth;
+  constexpr size_t kStep = 2 * kMeanVectors * N, kFloats = sizeof(F) / sizeof(float);
+  V sums[2 * kMeanVectors] = {};
+  F squares[kStep / kFloats] = {};
+  const auto take = [&](const float* p) __attribute__((always_inline)) {
+#pragma GCC unroll 8
+    for (size_t k = 0; k < 2 * kMeanVectors; ++k) sums[k] += widened(p + k * N);
+#pragma GCC unroll 8
+    for (size_t k = 0; k < kStep / kFloats; ++k) {
+      const F x = load<F>(p + k * kFloats);
+      squares[k] = fma(x, x, squares[k]);
+    }
+  };
+  size_t i = 0;
+  for (; i + kStep <= n; i += kStep) take(src + i);
+  if (i < n) {
+    float some[kStep];
+    for (size_t k = 0; k < kStep; k += kFloats) store(some + k, F{});
+    __builtin_memcpy(some, src + i, (n - i) * sizeof(float));
+    take(some);
+  }
+#pragma GCC unroll 8
+  for (size_t k = 1; k < kStep / kFloats; ++k) squares[0] += squares[k];
+  float all[kFloats];
+  store(all, squares[0]);
+  const Vec<double, 2> total = lanesFolded(widened(all) + widened(all + N)), pair = lanesFolded(sums);
+  return {pair[0] + pair[1], 0, total[0] + total[1]};
+}
+
+template <class T>
+bool meanOf(const T* src, size_t n, T* mean) {
+  using D = MeanData<T>;
+  const double count = static_cast<double>(n), inverse = 1 / count;
+  double high = 0, low = 0, most = 0, blocks = 0;
+  // From four samples: a guess that is checked. 256 times the power that they suggest is within 2^m.
+  double grid = 0;
+  if constexpr (sizeof(T) == 8) {
+    const double a = src[0], b = src[n / 4], c = src[n / 2], d = src[n - 1 - n / 4];
+    grid = rootBound((a * a + b * b) + (c * c + d * d) + D::kLeast, 15);
+  }
+  while (n > 0) {
+    const size_t some = n < D::kBlock ? n : D::kBlock;
+    PartialSum part = partialSum(src, some, grid);
+    if (!(part.squares >= D::kLeast && part.squares <= D::kLimit)) return false;
+    if constexpr (sizeof(T) == 8) {
+      if (part.squares > grid * grid * 0x1p-14) [[unlikely]] {
+        grid = rootBound(part.squares, 10);
+        part = partialSum(src, some, grid);
+      }
+    }
+    if (blocks == 0) {
+      high = part.high;
+      low = part.low;
+    } else {
+      double rest = part.low;
+      addCompensated(high, rest, part.high);
+      low += rest;
+    }
+    most = part.squares > most ? part.squares : most;
+    blocks += 1;
+    src += some;
+    n -= some;
+  }
+  const double bound = sizeof(T) == 8 ? grid : rootBound(most);
+  const double error = bound * D::kError * blocks * (1 + blocks * 0x1p-7) * inverse;
+  const double q = high * inverse;
+  using V = Vec<double, 2>;
+  const double rest = exactRest(broadcast<V>(q), broadcast<V>(count), broadcast<V>(high))[0] + low;
+  const double c = rest * inverse, wide = error + (c < 0 ? -c : c) * 0x1p-48;
+  const T above = static_cast<T>(q + (c + wide)), below = static_cast<T>(q + (c - wide));
+  *mean = above;
+  return above == below;
 }
 
 // ---- int16
@@ -500,8 +658,9 @@ constexpr Elementwise<T> elementwiseKernels() {
       .invertComplex = invertComplex<T>,
       .largest = largest<T>,
       .smallest = smallest<T>,
-      .sum = sumAll<CompensatedSum, T>,
-      .sumOfSquares = sumAll<SquareSum, T>,
+      .mean = meanOf<T>,
+      .sum = sumAll<T>,
+      .sumOfSquares = sumOfSquares<T>,
   };
 }
 constexpr Elementwise16 elementwise16Kernels() {

@@ -264,8 +264,8 @@ struct PlanePlan {
   T* block;                 // blockElements()
   T* response;              // responseElements(): the taps' spectrum
 };
-// Rows and columns of the convolution of image and taps, y[r][c] = sum over i, j of taps[i][j] image[r - i][c - j]: those
-// from (top, left) on, top < image.rows + taps.rows - 1, and likewise the columns. No overlap.
+// Rows and columns of the convolution of image and taps, y[r][c] = sum over i, j of taps[i][j] image[r - i][c - j]:
+// those from (top, left) on, top < image.rows + taps.rows - 1, and likewise the columns. No overlap.
 template <class T>
 struct PlaneKernels {
   // Sums in float64, rounded once, in an order that depends on the taps' shape alone. Either may be the larger one.
@@ -314,8 +314,9 @@ struct Elementwise {
   void (*invertComplex)(const T* src, T* dst, size_t n, T thresh, T floor);  // (floor, 0) for zero
   T (*largest)(const T* src, size_t n);
   T (*smallest)(const T* src, size_t n);
+  bool (*mean)(const T* src, size_t n, T* mean);      // the exact one, rounded, or false where that takes another way
   void (*sum)(const T* src, size_t n, double* hiLo);  // the exact sum is hiLo[0] + hiLo[1] to about 100 bits
-  void (*sumOfSquares)(const T* src, size_t n, double* hiLo);
+  double (*sumOfSquares)(const T* src, size_t n);     // in 32 lanes
 };
 struct Elementwise16 {
   void (*sqrt)(const int16_t* src, int16_t* dst, size_t n);  // truncated; negative values stay
@@ -415,8 +416,8 @@ struct Lms {
   Run realSamples;  // complex taps
 };
 
-// Changes of the sampling rate by a factor of 2 or more, of n >= 1 elements of 2, 4, 8 or 16 bytes (index 0 to 3), of any
-// alignment. dst begins where src does or shares nothing with it.
+// Changes of the sampling rate by a factor of 2 or more, of n >= 1 elements of 2, 4, 8 or 16 bytes (index 0 to 3), of
+// any alignment. dst begins where src does or shares nothing with it.
 //   up:   dst[phase + factor i] = src[i], i < n, all else up to dst[factor n - 1] is zero; phase < factor
 //   down: dst[i] = src[factor i], i < n
 struct Sampling {
@@ -438,8 +439,8 @@ struct DrawState {
 template <class T>
 struct Random {
   void (*uniform)(DrawState& state, double mid, double scale, T* dst, size_t n);  // draw * scale + mid
-  // Two draws a, b in units of 2^31 with 0 < s = a^2 + b^2 < 1, others are thrown away, give mean + stdDev a f and mean +
-  // stdDev b f, f = sqrt(-2 ln(s) / s). No draw is made but for a pair that is still missing.
+  // Two draws a, b in units of 2^31 with 0 < s = a^2 + b^2 < 1, others are thrown away, give mean + stdDev a f and mean
+  // + stdDev b f, f = sqrt(-2 ln(s) / s). No draw is made but for a pair that is still missing.
   void (*gaussianPairs)(DrawState& state, double mean, double stdDev, T* dst, size_t pairs);
 };
 

@@ -250,6 +250,19 @@ TYPED_TEST(RealVector, Statistics) {
     large[7] = static_cast<T>(0x1p60);
     large[260] = static_cast<T>(-0x1p60);
     EXPECT_EQ(mean(large), static_cast<T>(299.0 / 301));
+    // On either side of the middle of two values; with four zeros where a quick look would take the vector for silent.
+    constexpr T unit = std::numeric_limits<T>::epsilon();
+    for (const int more : {-1, 0, 1}) {
+      std::vector<T> close(5000, 1);
+      std::fill_n(close.begin() + 10, 2500 + more, 1 + unit);
+      const T rounded = more > 0 ? 1 + unit : 1;
+      EXPECT_EQ(mean(close), rounded) << more;
+      for (const size_t i : {size_t{0}, size_t{1250}, size_t{2500}, size_t{3749}}) {
+        close[i + 1] += close[i];
+        close[i] = 0;
+      }
+      EXPECT_EQ(mean(close), rounded) << more;
+    }
     const std::vector<T> huge(100, std::numeric_limits<T>::max());
     EXPECT_EQ(mean(huge), std::numeric_limits<T>::max());
     EXPECT_EQ(mean({INFINITY, 1}), INFINITY);

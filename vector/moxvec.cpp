@@ -267,6 +267,9 @@ T mean(const T* vec, int32_t len, Site site = Vector()) {
   if constexpr (kInteger<T>) {
     return static_cast<T>(kernels(T{}).sum(vec, n) / len);
   } else {
+    T quick;
+    if (kernels(T{}).mean(vec, n, &quick)) [[likely]]
+      return quick;
     double sum[2];
     kernels(T{}).sum(vec, n, sum);
     const double plain = quotient({sum[0], sum[1]}, len);
@@ -283,9 +286,7 @@ T mean(const T* vec, int32_t len, Site site = Vector()) {
 template <class T>
 T meanPower(const T* vec, int32_t len, Site site = Vector()) {
   if (rejected(site, BAD_IF(len<=0), BAD_IF(vec==0))) return 0;
-  double sum[2];
-  kernels(T{}).sumOfSquares(vec, static_cast<size_t>(len), sum);
-  return static_cast<T>(sum[0] / len);
+  return static_cast<T>(kernels(T{}).sumOfSquares(vec, static_cast<size_t>(len)) / len);
 }
 
 int32_t withinWord(int32_t shift) { return shift > 31 ? 31 : shift; }
