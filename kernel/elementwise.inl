@@ -331,10 +331,67 @@ MOX_INLINE U firstOf(Vec<U, N> v) {
   }
 }
 
+#if MOX_VEC_BYTES == 32
+// Of n long words, at least kSpan: AVX2 has no such operation on 64 bits (176 and 80 ns for 1024), so the upper halves
+// are looked through first, then the lower ones in those spans where the upper half that was found occurs.
+constexpr size_t kSpan = 64;
+template <class Order, class U>
+MOX_INLINE U firstByHalves(const U* p, size_t n) {
+  using Half = std::conditional_t<std::is_signed_v<U>, int32_t, uint32_t>;
+  using H = Vec<Half, 8>;
+  using W = Vec<uint32_t, 8>;
+  constexpr size_t kSpans = 32;
+  H tops[kSpans];
+  U found = loadOne(p);
+  for (size_t first = 0; first < n; first += kSpans * kSpan) {
+    const size_t rest = (n - first + kSpan - 1) / kSpan, spans = rest < kSpans ? rest : kSpans;
+    const auto at = [&](size_t b) __attribute__((always_inline)) {  // the last span overlaps the one before
+      const size_t i = first + b * kSpan;
+      return reinterpret_cast<const Half*>(p + (i + kSpan <= n ? i : n - kSpan));
+    };
+    H all = load<H>(at(0));
+    for (size_t b = 0; b < spans; ++b) {
+      const Half* const q = at(b);
+      H top[4];
+#  pragma GCC unroll 4
+      for (size_t k = 0; k < 4; ++k) top[k] = load<H>(q + 8 * k);
+#  pragma GCC unroll 3
+      for (size_t i = 4; i < kSpan / 4; i += 4) {
+#  pragma GCC unroll 4
+        for (size_t k = 0; k < 4; ++k) top[k] = Order::of(top[k], load<H>(q + 8 * (i + k)));
+      }
+      tops[b] = Order::of(Order::of(top[0], top[1]), Order::of(top[2], top[3]));
+      all = Order::of(all, tops[b]);
+    }
+    const Half upper = Order::of(Order::of(Half{all[1]}, Half{all[3]}), Order::of(Half{all[5]}, Half{all[7]}));
+    const W none = broadcast<W>(Order::of(0u, ~0u) == 0 ? ~0u : 0u);
+    W lower = none;
+    for (size_t b = 0; b < spans; ++b) {
+      const auto here = reinterpret_cast<Vec<int64_t, 4>>(tops[b] == broadcast<H>(upper));
+      if (!anyLane(here)) continue;
+      for (size_t i = 0; i < 2 * kSpan; i += 8) {
+        const H v = load<H>(at(b) + i), same = reinterpret_cast<H>(v == broadcast<H>(upper));
+        const W both = reinterpret_cast<W>(__builtin_shufflevector(same, same, 1, 1, 3, 3, 5, 5, 7, 7));
+        lower = Order::of(lower, (reinterpret_cast<W>(v) & both) | (none & ~both));
+      }
+    }
+    const uint32_t low =
+        Order::of(Order::of(uint32_t{lower[0]}, uint32_t{lower[2]}), Order::of(uint32_t{lower[4]}, uint32_t{lower[6]}));
+    found = Order::of(found, static_cast<U>(static_cast<uint64_t>(static_cast<uint32_t>(upper)) << 32 | low));
+  }
+  return found;
+}
+#endif
+
 // Of n words, n > 0.
 template <class Order, class U>
 MOX_INLINE U firstOf(const U* p, size_t n) {
   constexpr int N = kLanes<U>;
+#if MOX_VEC_BYTES == 32
+  if constexpr (sizeof(U) == 8) {
+    if (n >= 4 * kSpan) return firstByHalves<Order>(p, n);
+  }
+#endif
   constexpr size_t kChains = 4;
   using V = Vec<U, N>;
   size_t i = 0;
