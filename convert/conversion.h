@@ -13,7 +13,8 @@ namespace mox {
 
 template <class... Texts>
 [[nodiscard]] bool refused(const Site& site, Check<Texts>... checks) {
-  context().status = MOX_StsOk;
+  if (status() != MOX_StsOk) [[unlikely]]
+    context().status = MOX_StsOk;
   return rejected(site, checks...);
 }
 
@@ -33,8 +34,8 @@ struct InvalidFraction {
 
 inline bool isSize(int32_t bits) { return bits == 8 || bits == 16 || bits == 32; }
 inline bool isRounding(int32_t flags) {
-  return std::has_single_bit(static_cast<uint32_t>(flags) &
-                             (MOX_RoundNearest | MOX_RoundZero | MOX_RoundDown | MOX_RoundUp));
+  const int32_t modes = flags & (MOX_RoundNearest | MOX_RoundZero | MOX_RoundDown | MOX_RoundUp);
+  return modes != 0 && (modes & (modes - 1)) == 0;  // a count of bits would be a call
 }
 inline bool isSignedness(int32_t flags) { return flags == 0 || flags == MOX_UnsignedInt; }
 inline bool isFraction(int32_t fraction, int32_t bits, int32_t flags) {
@@ -71,8 +72,25 @@ const kernel::Conversion<T>& conversion() {
 constexpr const char *kExceedsInteger = "A float exceeds an integer", *kExceedsFixed = "A float exceeds a fix-point",
                      *kNegative = "A negative float cannot be converted to unsigned";
 
-// dst[i] = src[i] * 2^fraction by checked flags. A report may end the process or read both arrays: every element before
-// the reported one is done, none after it.
+template <class T>
+using ToIntegers = typename kernel::Conversion<T>::ToIntegers;
+
+// With reports of the elements out of range (the site comes by value, as in check.h). A report may end the process or read both arrays: every element before the
+// reported one is done, none after it.
+template <class T>
+[[gnu::noinline]] void toIntegersReporting(ToIntegers<T> convert, const T* src, void* dst, size_t n, size_t step,
+                                           T scale, int32_t flags, const char* exceeds, Site site) {
+  using kernel::OutOfRange;
+  char* const bytes = static_cast<char*>(dst);
+  for (size_t i = 0; (i += convert(src + i, bytes + i * step, n - i, scale, OutOfRange::stop)) < n; ++i) {
+    const T x = src[i];
+    if (flags & MOX_Saturate) convert(&x, bytes + i * step, 1, scale, OutOfRange::saturate);
+    report({site.module, site.function, site.line + 1}, MOX_StsBadArg,
+           (flags & MOX_UnsignedInt) && x < 0 ? kNegative : exceeds);
+  }
+}
+
+// dst[i] = src[i] * 2^fraction by checked flags.
 template <class T>
 void toIntegers(const T* src, void* dst, int32_t len, kernel::IntegerType type, int32_t fraction, int32_t flags,
                 const char* exceeds, const Site& site) {
@@ -80,17 +98,11 @@ void toIntegers(const T* src, void* dst, int32_t len, kernel::IntegerType type, 
   const int rounding = std::countr_zero((static_cast<uint32_t>(flags) / MOX_RoundNearest) & 15);
   const auto convert = conversion<T>().toIntegers[rounding][static_cast<int>(type)];
   const T scale = powerOf2<T>(fraction);
-  const size_t n = static_cast<size_t>(len), step = sizeOf(type);
-  if (!(flags & MOX_OverflowError)) {
+  const size_t n = static_cast<size_t>(len);
+  if (flags & MOX_OverflowError) {
+    toIntegersReporting<T>(convert, src, dst, n, sizeOf(type), scale, flags, exceeds, site);
+  } else {
     convert(src, dst, n, scale, flags & MOX_Saturate ? OutOfRange::saturate : OutOfRange::keep);
-    return;
-  }
-  char* const bytes = static_cast<char*>(dst);
-  for (size_t i = 0; (i += convert(src + i, bytes + i * step, n - i, scale, OutOfRange::stop)) < n; ++i) {
-    const T x = src[i];
-    if (flags & MOX_Saturate) convert(&x, bytes + i * step, 1, scale, OutOfRange::saturate);
-    report({site.module, site.function, site.line + 1}, MOX_StsBadArg,
-           (flags & MOX_UnsignedInt) && x < 0 ? kNegative : exceeds);
   }
 }
 

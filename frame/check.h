@@ -54,8 +54,8 @@ constexpr Check<Text> check(bool failed, Text) {
 
 template <class... Texts>
 [[nodiscard]] inline bool rejected(Site site, Check<Texts>... checks) {
-  const bool anyFailed = (... | checks.failed);
-  if (!anyFailed && context().status >= 0) [[likely]]
+  const bool anyFailed = (... || checks.failed);
+  if (!anyFailed && status() >= 0) [[likely]]
     return false;
   if (anyFailed) {
     static constexpr const char* conditions[] = {Texts{}()...};
@@ -77,7 +77,7 @@ template <class... Faults>
 [[nodiscard]] inline bool refused(const Site& site, Faults... faults) {
   const char* text = nullptr;
   const bool faulty = ((faults.holds && (text = faults.text, true)) || ...);
-  if (!faulty && context().status >= 0) [[likely]]
+  if (!faulty && status() >= 0) [[likely]]
     return false;
   if (faulty) report(site, MOX_StsBadArg, text);
   return true;

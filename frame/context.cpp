@@ -10,30 +10,27 @@
 #endif
 
 namespace mox {
-namespace {
 
 // What every record starts as.
-constinit const Context initial = {.format = 0x00020300,
-                                   .status = MOX_StsOk,
-                                   .mode = MOX_ErrModeLeaf,
-                                   .handler = moxGuiBoxReport,
-                                   .fifth = 32,
-                                   .countC = 0,
-                                   .countZ = 0,
-                                   .countV = 0,
-                                   .lengthsC = {},
-                                   .lengthsZ = {},
-                                   .lengthsV = {},
-                                   .tablesC = {},
-                                   .tablesZ = {},
-                                   .tablesV = {},
-                                   .fftC = {},
-                                   .fftZ = {},
-                                   .fftV = {},
-                                   .bitRev = {},
-                                   .message = {}};
-
-}  // namespace
+constinit const Context initialContext = {.format = 0x00020300,
+                                          .status = MOX_StsOk,
+                                          .mode = MOX_ErrModeLeaf,
+                                          .handler = moxGuiBoxReport,
+                                          .fifth = 32,
+                                          .countC = 0,
+                                          .countZ = 0,
+                                          .countV = 0,
+                                          .lengthsC = {},
+                                          .lengthsZ = {},
+                                          .lengthsV = {},
+                                          .tablesC = {},
+                                          .tablesZ = {},
+                                          .tablesV = {},
+                                          .fftC = {},
+                                          .fftZ = {},
+                                          .fftV = {},
+                                          .bitRev = {},
+                                          .message = {}};
 
 #if defined(_WIN32)
 
@@ -45,7 +42,7 @@ static BOOL attachThread() {
   auto* const record = static_cast<Context*>(LocalAlloc(LPTR, sizeof(Context)));
   if (!record) return FALSE;
   TlsSetValue(slot, record);
-  *record = initial;
+  *record = initialContext;
   return TRUE;
 }
 
@@ -85,7 +82,7 @@ Context& context() {
 
 #else
 
-constinit thread_local Context* currentContext = nullptr;
+constinit thread_local const Context* currentContext = &initialContext;
 
 // Its destructor frees the record when a thread ends. Destructors of other keys may call the library afterwards: the
 // call makes a new record, and the system comes round again.
@@ -93,7 +90,7 @@ static pthread_key_t key;
 static bool keyMade = false;
 
 static void freeContext(void* record) {
-  currentContext = nullptr;
+  currentContext = &initialContext;
   std::free(record);
 }
 
@@ -103,7 +100,7 @@ static void freeContext(void* record) {
 [[gnu::destructor(101)]] static void deleteKey() {
   if (keyMade) pthread_key_delete(key);
   keyMade = false;
-  freeContext(currentContext);
+  if (currentContext != &initialContext) freeContext(const_cast<Context*>(currentContext));
 }
 
 Context& makeContext() {
@@ -112,7 +109,7 @@ Context& makeContext() {
     std::fputs("ELK Library error:\nBad ELK Context\nTerminating the application\n", stderr);
     std::exit(1);
   }
-  *record = initial;
+  *record = initialContext;
   currentContext = record;
   if (keyMade) pthread_setspecific(key, record);
   return *record;

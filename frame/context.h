@@ -39,18 +39,22 @@ static_assert(offsetof(Context, bitRev) == 4 * 296 && offsetof(Context, message)
 #endif
 
 // The calling thread's record; never null. On Windows a thread without one (it ran before the module was loaded) ends
-// the process; elsewhere a thread's first call makes it.
+// the process. Elsewhere a thread has the record that all start as until it asks for its own; status() does not ask,
+// and so holds no call.
 #if defined(_WIN32)
 Context& context();
+inline int32_t status() { return context().status; }
 #else
+extern const Context initialContext;
+extern constinit thread_local const Context* currentContext;
 Context& makeContext();
-extern constinit thread_local Context* currentContext;
 inline Context& context() {
-  Context* const c = currentContext;
-  if (c) [[likely]]
-    return *c;
+  const Context* const c = currentContext;
+  if (c != &initialContext) [[likely]]
+    return const_cast<Context&>(*c);
   return makeContext();
 }
+inline int32_t status() { return currentContext->status; }
 #endif
 
 }  // namespace mox

@@ -342,6 +342,29 @@ MOX_NOINLINE size_t convertChunks(const T* src, I* dst, size_t n, T low, T high,
 }
 
 template <class T, class I, Rounding R>
+MOX_INLINE size_t convertWhole(const T* src, I* dst, size_t n, const Limits<T>& limits, OutOfRange action) {
+  return action == OutOfRange::saturate
+             ? convertChunks<T, I, R, false>(src, dst, n, limits.low, limits.high, limits.scale)
+             : convertChunks<T, I, R, true>(src, dst, n, limits.low, limits.high, limits.scale);
+}
+
+template <class T, class I, Rounding R>
+size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action);
+
+// From element i on, before which whole chunks ended.
+template <class T, class I, Rounding R>
+MOX_NOINLINE size_t convertRest(const T* src, I* dst, size_t n, size_t i, Limits<T> limits, OutOfRange action) {
+  while (i < n) {
+    const size_t some = n - i < kConvertChunk ? n - i : kConvertChunk;
+    const size_t done = convertSome<T, I>(toIntegers<T, I, R>, limits, src + i, dst + i, some, action);
+    i += done;
+    if (done < some) break;
+    i += convertWhole<T, I, R>(src + i, dst + i, n - i, limits, action);
+  }
+  return i;
+}
+
+template <class T, class I, Rounding R>
 size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action) {
   using Whole = IntegerRange<T, I, R>;
   constexpr bool byState = kVecBytes < 64 && R != Rounding::zero;
@@ -350,17 +373,8 @@ size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action) 
   const Limits<T> limits = {Whole::low * inverse, Whole::high * inverse, scale};
   I* const dst = static_cast<I*>(to);
   const unsigned state = byState ? enterRounding(R) : 0;
-  size_t i = 0;
-  while (i < n) {
-    i += action == OutOfRange::saturate
-             ? convertChunks<T, I, R, false>(src + i, dst + i, n - i, limits.low, limits.high, scale)
-             : convertChunks<T, I, R, true>(src + i, dst + i, n - i, limits.low, limits.high, scale);
-    if (i == n) break;
-    const size_t some = n - i < kConvertChunk ? n - i : kConvertChunk;
-    const size_t done = convertSome<T, I>(toIntegers<T, I, R>, limits, src + i, dst + i, some, action);
-    i += done;
-    if (done < some) break;
-  }
+  size_t i = convertWhole<T, I, R>(src, dst, n, limits, action);
+  if (i < n) i = convertRest<T, I, R>(src, dst, n, i, limits, action);
   if (byState) leaveRounding(R, state);
   return i;
 }

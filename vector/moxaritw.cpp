@@ -23,9 +23,9 @@ const Int16& kernels() { return kernel::active->int16; }
 
 // The operation of a family on one element type: the complex product is another one than the real.
 enum class Family { add, sub, mpy };
-template <class T>
-const Int16Op& operation(Family family) {
-  switch (family) {
+template <Family F, class T>
+const Int16Op& operation() {
+  switch (F) {
     case Family::add:
       return kernels().add;
     case Family::sub:
@@ -42,21 +42,21 @@ int32_t fixedFactor(int32_t mode, const int32_t* scalefactor) {
 }
 
 // dst[i] = a[i] op b[i] with the least factor that serves all: products of the automatic mode.
-template <class T>
-void shiftDown(Family family, const int16_t* a, const int16_t* b, int16_t* dst, size_t n, int32_t factor) {
-  if (family == Family::mpy && kComplex<T>) {
+template <Family F, class T>
+void shiftDown(const int16_t* a, const int16_t* b, int16_t* dst, size_t n, int32_t factor) {
+  if constexpr (F == Family::mpy && kComplex<T>) {
     kernels().shiftComplex(a, b, dst, n, factor);
   } else {
-    operation<T>(family).combine(a, b, dst, n, false, factor);
+    operation<F, T>().combine(a, b, dst, n, false, factor);
   }
 }
 
 // The automatic mode on partly overlapping arrays, literally: elements from the last down, stored unscaled while they
 // fit; at the first that does not, the factor is searched in it and all that are left, those stored are shifted, and
 // the rest is computed with the factor.
-template <class T>
-int32_t combineDownAutomatic(Family family, const T* a, const T* b, T* dst, int32_t n) {
-  const Int16Op& op = operation<T>(family);
+template <Family F, class T>
+[[gnu::cold]] int32_t combineDownAutomatic(const T* a, const T* b, T* dst, int32_t n) {
+  const Int16Op& op = operation<F, T>();
   const auto factorOf = [&](int32_t i) { return op.autoFactor(reals(a + i), reals(b + i), kParts<T>); };
   int32_t i = n - 1;
   for (; i >= 0 && factorOf(i) == 0; --i) op.combine(reals(a + i), reals(b + i), reals(dst + i), kParts<T>, false, 0);
@@ -65,21 +65,21 @@ int32_t combineDownAutomatic(Family family, const T* a, const T* b, T* dst, int3
   for (int32_t k = n - 1; k > i; --k) {
     for (size_t p = 0; p < kParts<T>; ++p) reals(dst + k)[p] = static_cast<int16_t>(reals(dst + k)[p] >> factor);
   }
-  for (; i >= 0; --i) shiftDown<T>(family, reals(a + i), reals(b + i), reals(dst + i), kParts<T>, factor);
+  for (; i >= 0; --i) shiftDown<F, T>(reals(a + i), reals(b + i), reals(dst + i), kParts<T>, factor);
   return factor;
 }
 
-template <class T>
-void zip(Family family, const T* a, const T* b, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
-  const Int16Op& op = operation<T>(family);
+template <Family F, class T>
+void zip(const T* a, const T* b, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
+  const Int16Op& op = operation<F, T>();
   const bool apart = !partlyOverlap(a, dst, n) && !partlyOverlap(b, dst, n);
   if (mode == MOX_AutoScale) {
     if (apart) {
       const int32_t factor = op.autoFactor(reals(a), reals(b), realCount<T>(n));
-      shiftDown<T>(family, reals(a), reals(b), reals(dst), realCount<T>(n), factor);
+      shiftDown<F, T>(reals(a), reals(b), reals(dst), realCount<T>(n), factor);
       *scalefactor = factor;
     } else {
-      *scalefactor = combineDownAutomatic(family, a, b, dst, n);
+      *scalefactor = combineDownAutomatic<F>(a, b, dst, n);
     }
     return;
   }
@@ -92,13 +92,13 @@ void zip(Family family, const T* a, const T* b, T* dst, int32_t n, int32_t mode,
   }
 }
 
-template <class T>
-void withScalar(Family family, T val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
-  const Int16Op& op = operation<T>(family);
+template <Family F, class T>
+void withScalar(T val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
+  const Int16Op& op = operation<F, T>();
   const size_t count = realCount<T>(n);
   if (mode == MOX_AutoScale) {
     const int32_t factor = op.autoFactorPair(even(val), odd(val), reals(dst), count);
-    if (family == Family::mpy && kComplex<T>) {
+    if constexpr (F == Family::mpy && kComplex<T>) {
       kernels().shiftComplexPair(even(val), odd(val), reals(dst), count, factor);
     } else {
       op.combinePair(even(val), odd(val), reals(dst), count, false, factor);
@@ -115,62 +115,61 @@ bool lacksFactor(const Site& site, int32_t mode, const int32_t* scalefactor) {
   return mode == MOX_AutoScale && rejected(site, BAD_IF(scalefactor==0));
 }
 
-template <class T>
-void update1(Family family, T val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor, Site site) {
+template <Family F, class T>
+void update1(T val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor, Site site) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(dst==0)) || lacksFactor(site, mode, scalefactor)) return;
-  withScalar(family, val, dst, n, mode, scalefactor);
+  withScalar<F>(val, dst, n, mode, scalefactor);
 }
 
 template <class T>
 void add1(T val, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  update1(Family::add, val, dst, n, mode, factor, site);
+  update1<Family::add>(val, dst, n, mode, factor, site);
 }
 template <class T>
 void sub1(T val, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  update1(Family::sub, val, dst, n, mode, factor, site);
+  update1<Family::sub>(val, dst, n, mode, factor, site);
 }
 template <class T>
 void mpy1(T val, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  update1(Family::mpy, val, dst, n, mode, factor, site);
+  update1<Family::mpy>(val, dst, n, mode, factor, site);
 }
 
-template <class T>
-void update2(Family family, const T* src, T* dst, int32_t n, int32_t mode, int32_t* scalefactor, Site site) {
+template <Family F, class T>
+void update2(const T* src, T* dst, int32_t n, int32_t mode, int32_t* scalefactor, Site site) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(src==0), BAD_IF(dst==0)) || lacksFactor(site, mode, scalefactor)) return;
-  zip<T>(family, dst, src, dst, n, mode, scalefactor);
+  zip<F>(dst, src, dst, n, mode, scalefactor);
 }
 
 template <class T>
 void add2(const T* src, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  update2(Family::add, src, dst, n, mode, factor, site);
+  update2<Family::add>(src, dst, n, mode, factor, site);
 }
 template <class T>
 void mpy2(const T* src, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  update2(Family::mpy, src, dst, n, mode, factor, site);
+  update2<Family::mpy>(src, dst, n, mode, factor, site);
 }
 template <class T>
 void sub2(const T* val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor, Site site = Arithmetic16()) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(val==0), BAD_IF(dst==0)) || lacksFactor(site, mode, scalefactor)) return;
-  zip<T>(Family::sub, dst, val, dst, n, mode, scalefactor);
+  zip<Family::sub>(dst, val, dst, n, mode, scalefactor);
 }
 
-template <class T>
-void write3(Family family, const T* srcA, const T* srcB, T* dst, int32_t n, int32_t mode, int32_t* scalefactor,
-            Site site) {
+template <Family F, class T>
+void write3(const T* srcA, const T* srcB, T* dst, int32_t n, int32_t mode, int32_t* scalefactor, Site site) {
   if (rejected(site, BAD_IF(n<=0), BAD_IF(srcA==0), BAD_IF(srcB==0), BAD_IF(dst==0)) ||
                                                            lacksFactor(site, mode, scalefactor)) {
     return;
   }
-  zip<T>(family, srcA, srcB, dst, n, mode, scalefactor);
+  zip<F>(srcA, srcB, dst, n, mode, scalefactor);
 }
 
 template <class T>
 void add3(const T* srcA, const T* srcB, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  write3(Family::add, srcA, srcB, dst, n, mode, factor, site);
+  write3<Family::add>(srcA, srcB, dst, n, mode, factor, site);
 }
 template <class T>
 void mpy3(const T* srcA, const T* srcB, T* dst, int32_t n, int32_t mode, int32_t* factor, Site site = Arithmetic16()) {
-  write3(Family::mpy, srcA, srcB, dst, n, mode, factor, site);
+  write3<Family::mpy>(srcA, srcB, dst, n, mode, factor, site);
 }
 template <class T>
 void sub3(const T* src, const T* val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor,
@@ -179,7 +178,7 @@ void sub3(const T* src, const T* val, T* dst, int32_t n, int32_t mode, int32_t* 
                                                           lacksFactor(site, mode, scalefactor)) {
     return;
   }
-  zip<T>(Family::sub, src, val, dst, n, mode, scalefactor);
+  zip<Family::sub>(src, val, dst, n, mode, scalefactor);
 }
 
 template <class T>
