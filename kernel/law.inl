@@ -151,48 +151,97 @@ void encodeInt16s(const int16_t* src, uint8_t* dst, size_t n) {
 }
 
 #if MOX_VEC_BYTES >= 32
+using Codes = Vec<uint8_t, kVecBytes>;
 #  if MOX_VEC_BYTES == 64
-MOX_INLINE Samples codesAt(const uint8_t* p) {
-  return reinterpret_cast<Samples>(
-      _mm512_maskz_cvtepu8_epi16(~0u, reinterpret_cast<__m256i>(load<Vec<uint8_t, 32>>(p))));
+// In an order that the two halves of joined bytes put right.
+MOX_INLINE Codes codesAt(const uint8_t* p) {
+  const __m512i order = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7), v = reinterpret_cast<__m512i>(load<Codes>(p));
+  return reinterpret_cast<Codes>(_mm512_maskz_permutexvar_epi64(0xff, order, v));
 }
-MOX_INLINE Samples shiftedUp(Samples v, Samples by) {
-  return reinterpret_cast<Samples>(
-      _mm512_maskz_sllv_epi16(~0u, reinterpret_cast<__m512i>(v), reinterpret_cast<__m512i>(by)));
+MOX_INLINE __m512i lookedUp(const int8_t* table, Codes index) {
+  const __m512i entries = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table)));
+  return _mm512_shuffle_epi8(entries, reinterpret_cast<__m512i>(index));
+}
+// a[2k] b[2k] + a[2k+1] b[2k+1] where even and odd places come from two vectors each; the lower, the upper half.
+MOX_INLINE Samples productsLow(__m512i a0, __m512i a1, __m512i b0, __m512i b1) {
+  return reinterpret_cast<Samples>(_mm512_maddubs_epi16(_mm512_unpacklo_epi8(a0, a1), _mm512_unpacklo_epi8(b0, b1)));
+}
+MOX_INLINE Samples productsHigh(__m512i a0, __m512i a1, __m512i b0, __m512i b1) {
+  return reinterpret_cast<Samples>(_mm512_maddubs_epi16(_mm512_unpackhi_epi8(a0, a1), _mm512_unpackhi_epi8(b0, b1)));
 }
 #  else
-MOX_INLINE Samples codesAt(const uint8_t* p) {
-  return reinterpret_cast<Samples>(_mm256_cvtepu8_epi16(reinterpret_cast<__m128i>(load<Vec<uint8_t, 16>>(p))));
+MOX_INLINE Codes codesAt(const uint8_t* p) {
+  return reinterpret_cast<Codes>(_mm256_permute4x64_epi64(reinterpret_cast<__m256i>(load<Codes>(p)), 0xd8));
 }
-// By 0 to 7, as a product: the power comes from a table of bytes, a zero above it from an index above 127.
-MOX_INLINE Samples shiftedUp(Samples v, Samples by) {
-  const __m256i powers = _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 4, 8, 16, 32, 64,
-                                          -128, 0, 0, 0, 0, 0, 0, 0, 0);
-  const Samples index = by | static_cast<int16_t>(0x8000);
-  return v * reinterpret_cast<Samples>(_mm256_shuffle_epi8(powers, reinterpret_cast<__m256i>(index)));
+MOX_INLINE __m256i lookedUp(const int8_t* table, Codes index) {
+  const __m256i entries = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table)));
+  return _mm256_shuffle_epi8(entries, reinterpret_cast<__m256i>(index));
+}
+MOX_INLINE Samples productsLow(__m256i a0, __m256i a1, __m256i b0, __m256i b1) {
+  return reinterpret_cast<Samples>(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(a0, a1), _mm256_unpacklo_epi8(b0, b1)));
+}
+MOX_INLINE Samples productsHigh(__m256i a0, __m256i a1, __m256i b0, __m256i b1) {
+  return reinterpret_cast<Samples>(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(a0, a1), _mm256_unpackhi_epi8(b0, b1)));
 }
 #  endif
 
-// (2 m + 33) 2^(s + 2)
-MOX_INLINE Samples segmentValue(Samples code, Samples segment) { return shiftedUp((code << 3 & 0x78) + 132, segment); }
-MOX_INLINE Samples valueOf(Samples code, ALaw) {
-  const Samples segment = code >> 4 & 7, first = segment == 0;
-  return segmentValue(code, segment - first) - (256 & first);
+// What a code stands for is (x f + y g) 2^kShift, x and y unsigned bytes by its mantissa, f and g signed ones by its
+// sign and segment s. A-law: (2 m + 33) 2^(s - 1) - 0, of s = 0: (2 m + 33) - 32. mu-law: (2 m + 33) 2^s - 33, which is
+// (2 m + 33) (2^s - 1) + 2 m, as 2^7 is no signed byte.
+template <class Law>
+struct Decoding {
+  alignas(16) int8_t x[16], y[16], f[16], g[16];
+};
+constexpr Decoding<ALaw> decoding(ALaw) {
+  Decoding<ALaw> d{};
+  for (int k = 0; k < 16; ++k) {
+    const int segment = k & 7, sign = k & 8 ? 1 : -1;
+    d.x[k] = static_cast<int8_t>(2 * k + 33);
+    d.y[k] = 32;
+    d.f[k] = static_cast<int8_t>(sign * (segment > 1 ? 1 << (segment - 1) : 1));
+    d.g[k] = static_cast<int8_t>(segment == 0 ? -sign : 0);
+  }
+  return d;
 }
-MOX_INLINE Samples valueOf(Samples code, MuLaw) { return segmentValue(~code, ~code >> 4 & 7) - 132; }
+constexpr Decoding<MuLaw> decoding(MuLaw) {
+  Decoding<MuLaw> d{};
+  for (int k = 0; k < 16; ++k) {
+    const int mantissa = 15 - k, segment = 7 - (k & 7), sign = k & 8 ? 1 : -1;
+    d.x[k] = static_cast<int8_t>(2 * mantissa + 33);
+    d.y[k] = static_cast<int8_t>(2 * mantissa);
+    d.f[k] = static_cast<int8_t>(sign * ((1 << segment) - 1));
+    d.g[k] = static_cast<int8_t>(sign);
+  }
+  return d;
+}
+template <class Law>
+constexpr Decoding<Law> kDecoding = decoding(Law{});
+constexpr int decodedShift(ALaw) { return 3; }
+constexpr int decodedShift(MuLaw) { return 2; }
+
 template <class Law>
 MOX_INLINE void decodeVector(const uint8_t* src, int16_t* dst) {
-  const Samples code = codesAt(src), negative = (code - 128) >> 15;
-  store(dst, (valueOf(code, Law{}) ^ negative) - negative);
+  constexpr const Decoding<Law>& tables = kDecoding<Law>;
+  constexpr int shift = decodedShift(Law{});
+  const Codes code = codesAt(src), low = code & 15;
+  const Codes high = reinterpret_cast<Codes>(reinterpret_cast<Samples>(code) >> 4) & 15;
+  const auto x = lookedUp(tables.x, low), y = lookedUp(tables.y, low);
+  const auto f = lookedUp(tables.f, high), g = lookedUp(tables.g, high);
+  store(dst, productsLow(x, y, f, g) << shift);
+  store(dst + kLanes<int16_t>, productsHigh(x, y, f, g) << shift);
 }
 template <class Law>
 void decodeInt16s(const uint8_t* src, int16_t* dst, size_t n) {
-  constexpr size_t L = kLanes<int16_t>;
+  constexpr size_t L = kVecBytes;
   if (n < L) {
-    for (size_t i = 0; i < n; ++i) dst[i] = static_cast<int16_t>(Law::decode(src[i]));
+    uint8_t some[L];
+    int16_t results[L];
+    store(some, Codes{});
+    __builtin_memcpy(some, src, n);
+    decodeVector<Law>(some, results);
+    __builtin_memcpy(dst, results, n * sizeof(int16_t));
     return;
   }
-#  pragma GCC unroll 2
   for (size_t i = 0; i + L < n; i += L) decodeVector<Law>(src + i, dst + i);
   decodeVector<Law>(src + n - L, dst + n - L);
 }
