@@ -1617,9 +1617,9 @@ MOX_API int32_t MOX_CALL moxwbIir(IirState* statePtr, const int16_t* inSamps, in
  *
  * Sums run in float64, in an order that depends on the filter alone, and are rounded once. Taps are updated in float64
  * and rounded when stored, so that a float32 filter's sums take the rounded taps; the float32 filters, with a leak
- * between -1/16 and 1/16, round g = step e to float32 and update there: h[i] + (g conj(d[i + errDly]) - leak h[i]).
- * `step` and `leak` are float32 in all filters but the int16 one. On processors without fused multiply-add results may differ
- * in the last place. Samples and results must not overlap each other, taps or delay line.
+ * between -1/16 and 1/16, round g = step e to float32 and update there: (h[i] - leak h[i]) + g conj(d[i + errDly]).
+ * `step` and `leak` are float32 in all filters but the int16 one. On processors without fused multiply-add results may
+ * differ in the last place. Samples and results must not overlap each other, taps or delay line.
  *
  * Nothing outside of a delay line's own length is read or written: where a delay line is too short for errDly, the
  * missing samples are zeros. Of all checks the first that fails reports, alone; nothing is changed, and a result is 0.

@@ -203,8 +203,8 @@ MOX_INLINE LmsPair lmsStep(const LmsShape& shape, LmsPair error, typename Form::
   return lmsResult<Form>(sums);
 }
 
-// ---- float32 taps in float32: h + (g conj(d) - leak h). For small leaks the roundings inside are far below that of
-// the sum. Real samples of complex taps stand twice in `past` and `now`; all arrays go on to a whole group.
+// ---- float32 taps in float32: (h - leak h) + g conj(d), where the first term does not wait for the error. Real
+// samples of complex taps stand twice in `past` and `now`; all arrays go on to a whole group.
 
 MOX_INLINE bool hasSmallLeak(const LmsShape& shape) { return shape.leak > -0.0625 && shape.leak < 0.0625; }
 using LmsFloats = Vec<float, kLanes<float>>;
@@ -256,13 +256,14 @@ struct LmsFloatPass {
       turned = imagParts(pairs);
     }
   }
+  MOX_INLINE LmsFloats kept(LmsFloats h) const { return Leaky ? fnma(leak, h, h) : h; }
   MOX_INLINE LmsFloats updated(LmsFloats h, const float* past) const {
     if constexpr (kComplexSamples) {
       const LmsFloats d = load<LmsFloats>(past), step = fma(swapParts(d), turned, d * plain);
-      return h + (Leaky ? step - leak * h : step);
+      return kept(h) + step;
     } else {
       const LmsFloats d = load<LmsFloats>(past);
-      return Leaky ? h + fma(plain, d, -(leak * h)) : fma(plain, d, h);
+      return fma(plain, d, kept(h));
     }
   }
   // 16 reals of taps
