@@ -65,17 +65,14 @@ void planTaps(const FirState* state) {
   }
 }
 
-// Stretches of 8 times the taps, but where they get long, of 4 or 2 times: a block of some thousand samples should not
-// be mostly a stretch's end.
+// The smaller stretches are of twice the taps, of few taps up to 8 times: a block of some thousand samples should not
+// be mostly their ends.
 template <class Tap, class Sample>
 kernel::FirPlan planOf(int32_t tapsLen) {
   kernel::FirPlan plan = {};
   plan.count = firField(tapsLen);
   size_t length = 256;
-  while (length < 2 * plan.count || length < std::min<size_t>(8 * plan.count, 512) ||
-         length < std::min<size_t>(4 * plan.count, 2048)) {
-    length *= 2;
-  }
+  while (length < 2 * plan.count || length < std::min<size_t>(8 * plan.count, 512)) length *= 2;
   const size_t values = kComplex<Sample> ? length : length / 2;
   while (size_t{1} << plan.order < values) ++plan.order;
   // The time of a value in a stretch, for each of the 2^order and their logarithm, over that of 4 products: between
@@ -113,7 +110,7 @@ void build(const Tap* taps, int32_t tapsLen, const Sample* history, const FirFac
     if (made.kernels) {
       made.kernels->layout(made.plan, reinterpret_cast<double*>(reinterpret_cast<char*>(fast) + kFastBytes));
       const DefaultFloatState floatState;
-      const kernel::Roots roots(made.plan.order + 1);
+      const kernel::Roots roots(made.plan.order + 2);
       if (!roots.ok()) {
         firFailure(state, site);
         return;

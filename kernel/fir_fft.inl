@@ -92,8 +92,11 @@ MOX_INLINE void firFastExact(size_t count, const float* taps, const float* x, fl
 template <size_t S, bool ComplexTaps>
 void firFastBlock(const FirPlan& plan, const FirShape& shape, const float* taps, const FirSignal<float>& signal,
                   float* out, size_t n) {
-  const size_t values = size_t{2} << plan.order, length = values / S, old = plan.count - 1, step = length - old;
+  const size_t old = plan.count - 1, smaller = (size_t{2} << plan.order) / S - old;
   for (size_t done = 0; done < n;) {
+    const int larger = n - done > 2 * smaller, order = plan.order + larger;
+    const FirStretch& stretch = plan.stretches[larger];
+    const size_t values = size_t{2} << order, length = values / S, step = length - old;
     const size_t m = n - done < step ? n - done : step;
     if (m < plan.least) {
       FirSignal<float> rest = signal;
@@ -113,10 +116,11 @@ void firFastBlock(const FirPlan& plan, const FirShape& shape, const float* taps,
       __builtin_memcpy(plan.line + history * S, signal.input + (done + m - fresh) * S, fresh * S * sizeof(float));
       for (size_t i = (before + m) * S; i < values; ++i) plan.line[i] = 0;
     }
-    firTransformed(plan, FirIo<S>{x, plan.results, values / 2}, FirProducts{plan.response});
+    firTransformed(order, stretch.table, plan.work, FirIo<S>{x, plan.results, values / 2},
+                   FirProducts{stretch.response});
 
     // Compared after rounding.
-    const float least = static_cast<float>(plan.bound * firNorm(x, values) / kFirFastAccepted * (1 + 0x1p-20));
+    const float least = static_cast<float>(stretch.bound * firNorm(x, values) / kFirFastAccepted * (1 + 0x1p-20));
     float* const to = out + done * S;
     const float* const results = plan.results + before * S;
     constexpr size_t kTogether = 64 * S;
@@ -150,14 +154,21 @@ MOX_INLINE T* firPart(double* memory, size_t& at, size_t elements) {
 }
 
 size_t firPlanLayout(FirPlan& plan, double* memory) {
-  const size_t values = size_t{1} << plan.order;
   size_t at = 0;
-  plan.table = firPart<double>(memory, at, firTable(plan.order, nullptr).end);
-  plan.response = firPart<double>(memory, at, 4 * values);
+  for (int larger = 0; larger < 2; ++larger) {
+    const int order = plan.order + larger;
+    plan.stretches[larger].table = firPart<double>(memory, at, firTableElements(order));
+    plan.stretches[larger].response = firPart<double>(memory, at, size_t{4} << order);
+  }
+  const size_t values = size_t{2} << plan.order;
   plan.work = firPart<double>(memory, at, 2 * values + kFirApart);
   plan.line = firPart<float>(memory, at, 2 * values);
   plan.results = firPart<float>(memory, at, 2 * values);
   return at;
+}
+
+void firPlanTables(const FirPlan& plan, const Roots& roots) {
+  for (int larger = 0; larger < 2; ++larger) firBuildTable(plan.order + larger, roots, plan.stretches[larger].table);
 }
 
 // sqrt(2) times the largest norm of a pair (h0, h1): |h0| + |h1| and no less than |h0 + w h1|.
@@ -177,8 +188,8 @@ MOX_INLINE double firLargest(const double* response, size_t values) {
 template <size_t S, bool ComplexTaps>
 void firPlanTaps(FirPlan& plan, const float* taps) {
   constexpr size_t kTapReals = ComplexTaps ? 2 : 1;
-  const size_t n = plan.count, values = size_t{1} << plan.order;
-  for (size_t i = 0; i < 2 * values; ++i) plan.line[i] = 0;
+  const size_t n = plan.count, all = size_t{4} << plan.order;
+  for (size_t i = 0; i < all; ++i) plan.line[i] = 0;
   double squares = 0;
   for (size_t k = 0; k < n; ++k) {
     for (size_t part = 0; part < kTapReals; ++part) {
@@ -187,16 +198,22 @@ void firPlanTaps(FirPlan& plan, const float* taps) {
       squares += double{tap} * tap;
     }
   }
-  // Joining doubles as many times as there are levels.
-  const double scale = 2 / static_cast<double>(values);
-  firTransformed(plan, FirIo<S>{plan.line, nullptr, values}, FirRecord{plan.response, scale});
-  plan.bound = firFastError(plan.order, __builtin_sqrt(squares), firLargest(plan.response, values) / scale);
+  for (int larger = 0; larger < 2; ++larger) {
+    FirStretch& stretch = plan.stretches[larger];
+    const int order = plan.order + larger;
+    const size_t values = size_t{1} << order;
+    // Joining doubles as many times as there are levels.
+    const double scale = 2 / static_cast<double>(values);
+    firTransformed(order, stretch.table, plan.work, FirIo<S>{plan.line, nullptr, values},
+                   FirRecord{stretch.response, scale});
+    stretch.bound = firFastError(order, __builtin_sqrt(squares), firLargest(stretch.response, values) / scale);
+  }
 }
 
 template <size_t S, bool ComplexTaps>
 constexpr FirFast firFastOf() {
   return {.layout = firPlanLayout,
-          .buildTable = firFastTable,
+          .buildTable = firPlanTables,
           .setTaps = firPlanTaps<S, ComplexTaps>,
           .block = firFastBlock<S, ComplexTaps>};
 }

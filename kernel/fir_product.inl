@@ -95,15 +95,24 @@ MOX_INLINE size_t firParts(int order, int pair) { return size_t{1} << (2 * (firP
 constexpr size_t kFirNodes = static_cast<size_t>(kFirLanes) / 2;
 constexpr size_t kFirFours = 8;  // elements of a FirFour
 struct FirTable {
-  const double *last, *smallest, *singles, *pairs;
-  size_t end;
+  const double *last, *smallest, *singles, *pairs, *first;  // first: of the uppermost pair
 };
-MOX_INLINE FirTable firTable(int order, const double* p) {
-  const size_t last = size_t{3} << (order - 1), smallest = kFirFours << (order - 5);
-  const size_t singles = firHasSingle(order) ? size_t{2} << (order - 6) : 0;
-  size_t end = last + smallest + singles;
-  for (int pair = 0; pair < firPairs(order); ++pair) end += kFirFours * firParts(order, pair);
-  return {p, p + last, p + last + smallest, p + last + smallest + singles, end};
+constexpr size_t firLastElements(int order) { return size_t{3} << (order - 1); }
+constexpr size_t firSmallestElements(int order) { return kFirFours << (order - 5); }
+constexpr size_t firSingleElements(int order) { return firHasSingle(order) ? size_t{2} << (order - 6) : 0; }
+MOX_INLINE size_t firPairElements(int order) {
+  size_t n = 0;
+  for (int pair = 0; pair < firPairs(order); ++pair) n += kFirFours * firParts(order, pair);
+  return n;
+}
+MOX_INLINE size_t firTableElements(int order) {
+  return firLastElements(order) + firSmallestElements(order) + firSingleElements(order) + firPairElements(order);
+}
+MOX_INLINE FirTable firTable(int order, const double* last) {
+  const double* const smallest = last + firLastElements(order);
+  const double* const singles = smallest + firSmallestElements(order);
+  const double* const pairs = singles + firSingleElements(order);
+  return {last, smallest, singles, pairs, pairs + firPairElements(order) - kFirFours};
 }
 
 // ---- the last pair of levels, and the products
@@ -375,7 +384,7 @@ template <bool Single, class Io, class End>
 MOX_NOINLINE void firWhole(const FirTable& t, int order, double* re, double* im, const Io& io, const End& end) {
   const size_t quarter = (size_t{1} << order) / 4;
   const int pair = firPairs(order) - 1;
-  const FirFour first = firFour(t.last + t.end - kFirFours);
+  const FirFour first = firFour(t.first);
   for (size_t n = 0; n < quarter; n += kFirLanes) {
     FirParts x[4];
 #pragma GCC unroll 4
@@ -399,18 +408,17 @@ MOX_NOINLINE void firWhole(const FirTable& t, int order, double* re, double* im,
 constexpr size_t kFirApart = 64;  // real from imaginary parts, beyond M: their lines would meet in the cache
 
 template <class Io, class End>
-MOX_INLINE void firTransformed(const FirPlan& plan, const Io& io, const End& end) {
-  const FirTable t = firTable(plan.order, plan.table);
-  double *const re = plan.work, *const im = re + (size_t{1} << plan.order) + kFirApart;
-  if (firHasSingle(plan.order)) {
-    firWhole<true>(t, plan.order, re, im, io, end);
+MOX_INLINE void firTransformed(int order, const double* table, double* work, const Io& io, const End& end) {
+  const FirTable t = firTable(order, table);
+  double *const re = work, *const im = re + (size_t{1} << order) + kFirApart;
+  if (firHasSingle(order)) {
+    firWhole<true>(t, order, re, im, io, end);
   } else {
-    firWhole<false>(t, plan.order, re, im, io, end);
+    firWhole<false>(t, order, re, im, io, end);
   }
 }
 
-void firFastTable(const FirPlan& plan, const Roots& roots) {
-  const int order = plan.order;
+void firBuildTable(int order, const Roots& roots, double* table) {
   // e^(2 pi i (1 + 4 k) / 2^bits), k the number of a polynomial, its bits in reverse
   const auto put = [&](size_t b, int depth, int bits, uint64_t times, double* to, size_t apart) {
     uint64_t k = 0;
@@ -424,7 +432,7 @@ void firFastTable(const FirPlan& plan, const Roots& roots) {
     put(b, depth, depth + 4, 1, to + 2 * apart, apart);
     put(b, depth, depth + 4, 3, to + 4 * apart, apart);
   };
-  double* to = plan.table;
+  double* to = table;
   for (size_t b = 0; b < size_t{1} << (order - 3); ++b) {
     double* const vectors = to + b / kFirNodes * 6 * kFirLanes + b % kFirNodes * 2;
     putFour(b, order - 3, vectors, kFirLanes);

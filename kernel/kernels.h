@@ -190,24 +190,29 @@ struct Fir {
   Block complex;
 };
 
-// A long single-rate filter by products of polynomials of 2^order complex values, stretches of as many complex samples
-// or of twice as many real ones: what setTaps() and block() need, in arrays that the caller owns.
-struct FirPlan {
-  int order;         // at least 7; a stretch has more values than the filter has taps
-  size_t count;      // taps
-  size_t least;      // results for which a stretch pays
+// A long single-rate filter by products of polynomials, stretches of the signal times the taps. A stretch of 2^order
+// complex values is as many complex samples or twice as many real ones; there are two lengths, the larger one for what
+// has more samples than two of the smaller one.
+struct FirStretch {
   double* table;     // of twiddles
   double* response;  // the filter's parts
-  double* work;      // the signal's
-  float* line;       // a stretch of the signal, where that is not in one piece
-  float* results;
   double bound;      // of the error of a result, by the 2-norm of the stretch
+};
+// What setTaps() and block() need, in arrays that the caller owns.
+struct FirPlan {
+  int order;     // of the smaller stretches, at least 7; they have more samples than the filter has taps
+  size_t count;  // taps
+  size_t least;  // results for which a stretch pays
+  FirStretch stretches[2];
+  double* work;  // the signal's parts
+  float* line;   // a stretch of the signal, where that is not in one piece
+  float* results;
 };
 // As Fir::Block for groups of one branch (the last tap first), up = down = 1, the history an array (step -1): every
 // result is within 2^-26 of itself of its sum in float64, then rounded.
 struct FirFast {
   size_t (*layout)(FirPlan& plan, double* memory);              // how many float64 a plan takes; sets its pointers
-  void (*buildTable)(const FirPlan& plan, const Roots& roots);  // of order plan.order + 1
+  void (*buildTable)(const FirPlan& plan, const Roots& roots);  // of order plan.order + 2
   void (*setTaps)(FirPlan& plan, const float* taps);
   void (*block)(const FirPlan& plan, const FirShape& shape, const float* taps, const FirSignal<float>& signal,
                 float* out, size_t n);
