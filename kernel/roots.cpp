@@ -53,6 +53,45 @@ SinCos taylor(DoubleDouble x) {
   return {s * x, c};
 }
 
+// a + b, |a| >= |b|
+DoubleDouble quickSum(DoubleDouble a, DoubleDouble b) {
+  const DoubleDouble s = quickTwoSum(a.hi, b.hi);
+  return quickTwoSum(s.hi, s.lo + (a.lo + b.lo));
+}
+// The same to 2^-63 of each: what follows the first three terms is less than 2^-11 of them and summed in double.
+SinCos shortTaylor(DoubleDouble x) {
+  const auto& f = kInverse.f;
+  const DoubleDouble z = -(x * x);
+  double s = f[19].hi, c = f[20].hi;
+  for (int n = 17; n >= 7; n -= 2) s = s * z.hi + f[n].hi;
+  for (int n = 18; n >= 6; n -= 2) c = c * z.hi + f[n].hi;
+  const DoubleDouble s5 = quickSum(f[5], {s * z.hi, 0}), c4 = quickSum(f[4], {c * z.hi, 0});
+  const DoubleDouble s3 = quickSum(f[3], s5 * z), c2 = quickSum(f[2], c4 * z);
+  return {quickSum(x, s3 * z * x), quickSum(f[0], c2 * z)};
+}
+// Whether all values within 2^-62 of x have the same hi.
+bool isRounded(DoubleDouble x) {
+  const double slack = x.hi * 0x1p-62;
+  return x.hi + (x.lo + slack) == x.hi && x.hi + (x.lo - slack) == x.hi;
+}
+
+int32_t quartersOf(double angle) {
+  const double turns = angle / kHalfPi.hi;
+  return static_cast<int32_t>(turns + (turns < 0 ? -0.5 : 0.5));
+}
+SinCos turned(const SinCos& r, int32_t quarters) {
+  switch (quarters & 3) {
+    case 0:
+      return r;
+    case 1:
+      return {r.cos, -r.sin};
+    case 2:
+      return {-r.sin, -r.cos};
+    default:
+      return {-r.cos, r.sin};
+  }
+}
+
 }  // namespace
 
 DoubleDouble operator+(DoubleDouble a, DoubleDouble b) {
@@ -93,23 +132,28 @@ float rounded<float>(DoubleDouble x) {
 }
 
 SinCos sinCos(DoubleDouble angle) {
-  const double turns = angle.hi / kHalfPi.hi;
-  const int32_t quarter = static_cast<int32_t>(turns + (turns < 0 ? -0.5 : 0.5));
+  const int32_t quarter = quartersOf(angle.hi);
   const double quarters = quarter;
   const DoubleDouble back = twoProduct(quarters, kHalfPi.hi);
   const DoubleDouble reduced =
       angle + -back + -twoProduct(quarters, kHalfPi.lo) + -DoubleDouble{quarters * -0x1.f1976b7ed8fbcp-110, 0};
-  const SinCos r = taylor(reduced);
-  switch (quarter & 3) {
-    case 0:
-      return r;
-    case 1:
-      return {r.cos, -r.sin};
-    case 2:
-      return {-r.sin, -r.cos};
-    default:
-      return {-r.cos, r.sin};
+  return turned(taylor(reduced), quarter);
+}
+
+SinCosNearest sinCosNearest(DoubleDouble angle) {
+  const int32_t quarter = quartersOf(angle.hi);
+  const double quarters = quarter;
+  const DoubleDouble back = twoProduct(quarters, kHalfPi.hi);
+  const double first = angle.hi - back.hi;    // exact
+  if (first > 0x1p-30 || first < -0x1p-30) {  // the rest is good to 2^-75 of it
+    const SinCos r = shortTaylor(quickTwoSum(first, (angle.lo - back.lo) - quarters * kHalfPi.lo));
+    if (isRounded(r.sin) && isRounded(r.cos)) {
+      const SinCos all = turned(r, quarter);
+      return {all.sin.hi, all.cos.hi};
+    }
   }
+  const SinCos all = sinCos(angle);
+  return {all.sin.hi, all.cos.hi};
 }
 
 // From malloc: operator new would bring the exception runtime along, which costs a thread slot per load on Windows.

@@ -9,8 +9,8 @@ namespace mox {
 
 inline constexpr char kToneMarker[4] = "QXZ";
 
-inline void setHistory(double& y, double mag, const kernel::SinCos& at) { y = mag * at.cos.hi; }
-inline void setHistory(MoxZ& y, double mag, const kernel::SinCos& at) { y = {mag * at.cos.hi, mag * at.sin.hi}; }
+inline void setHistory(double& y, double mag, const kernel::SinCosNearest& at) { y = mag * at.cos; }
+inline void setHistory(MoxZ& y, double mag, const kernel::SinCosNearest& at) { y = {mag * at.cos, mag * at.sin}; }
 
 template <class Real, class State>
 void toneInit(Real rFreq, Real phase, Real mag, State* statePtr, Site site) {
@@ -22,9 +22,9 @@ void toneInit(Real rFreq, Real phase, Real mag, State* statePtr, Site site) {
   using kernel::DoubleDouble;
   const DoubleDouble step = DoubleDouble{kTwoPi, 0x1.1a62633145c07p-52} * DoubleDouble{rFreq, 0};
   const DoubleDouble first = DoubleDouble{phase, 0} + -step;
-  statePtr->twoCos = 2 * kernel::sinCos(step).cos.hi;
-  setHistory(statePtr->prev1, mag, kernel::sinCos(first));
-  setHistory(statePtr->prev2, mag, kernel::sinCos(first + -step));
+  statePtr->twoCos = 2 * kernel::sinCosNearest(step).cos;
+  setHistory(statePtr->prev1, mag, kernel::sinCosNearest(first));
+  setHistory(statePtr->prev2, mag, kernel::sinCosNearest(first + -step));
   statePtr->mag = mag;
   statePtr->rFreq = rFreq;
   statePtr->phase = phase;

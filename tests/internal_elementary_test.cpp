@@ -284,3 +284,23 @@ TYPED_TEST(Elementary, SetsAgree) {
 }
 
 }  // namespace
+
+// Two evaluations of different length, whose results must not differ where a value is near a boundary of rounding or an
+// angle near a multiple of a quarter turn.
+TEST(Roots, SinCosNearestIsTheLongerEvaluationRounded) {
+  using mox::kernel::DoubleDouble;
+  std::mt19937_64 bits(20);
+  std::uniform_real_distribution<double> angles(-7, 7), tinies(-60, -1);
+  for (int i = 0; i < 200000; ++i) {
+    double x = angles(bits);
+    const double tiny = std::exp2(tinies(bits));
+    if (i % 4 == 1) x *= tiny;
+    if (i % 4 == 2) x = std::nearbyint(x / 1.5707963267948966) * 1.5707963267948966 + x * tiny;
+    if (i % 4 == 3) x *= 1e8;
+    const DoubleDouble angle = {x, x * 0x1p-55};
+    const mox::kernel::SinCos exact = mox::kernel::sinCos(angle);
+    const mox::kernel::SinCosNearest near = mox::kernel::sinCosNearest(angle);
+    ASSERT_EQ(exact.sin.hi, near.sin) << x;
+    ASSERT_EQ(exact.cos.hi, near.cos) << x;
+  }
+}

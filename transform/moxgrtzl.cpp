@@ -10,12 +10,11 @@ using Component = Here<"moxgrtzl">;
 
 template <class State, class Real>
 [[gnu::noinline]] void storeRoots(Real freq, State* state) {
-  const kernel::SinCos s = kernel::sinCos({static_cast<double>(freq) * 6.283185307179586, 0});
-  const double cosine = kernel::rounded<double>(s.cos);
+  const kernel::SinCosNearest at = kernel::sinCosNearest({static_cast<double>(freq) * 6.283185307179586, 0});
   state->freq = freq;
-  state->cosW = static_cast<Real>(cosine);
-  state->sinW = static_cast<Real>(kernel::rounded<double>(s.sin));
-  state->twoCosW = static_cast<Real>(2.0 * cosine);
+  state->cosW = static_cast<Real>(at.cos);
+  state->sinW = static_cast<Real>(at.sin);
+  state->twoCosW = static_cast<Real>(2.0 * at.cos);
 }
 
 template <class T>
