@@ -39,58 +39,70 @@ MOX_INLINE Pair<Full<double>> product(Pair<Full<double>> x, Pair<Full<double>> y
   return {x.a * y.a - x.b * y.b, x.b * y.a + x.a * y.b};
 }
 
-// Where arcs begin; the last one of the stretch before stands first.
+// The table of an arc of kSize places, and where arcs begin; the last one of the stretch before stands first.
+template <size_t kSize>
 struct Arcs {
+  static constexpr size_t kReach = kSize * kArcs;
+  Circle<kSize> circle;
   double re[1 + kArcs], im[1 + kArcs];
+
+  MOX_INLINE Pair<Full<double>> begin(size_t k) const {
+    return {broadcast<Full<double>>(re[k]), broadcast<Full<double>>(im[k])};
+  }
+  // A vector of values of an arc, from its place j on.
+  MOX_INLINE Pair<Full<double>> values(Pair<Full<double>> from, size_t j) const {
+    return product(from, {load<Full<double>>(circle.cosine + j), load<Full<double>>(circle.sine + j)});
+  }
 };
-// A vector of values of arc k, from its place j on.
-MOX_INLINE Pair<Full<double>> arcValues(const Circle& c, const Arcs& arcs, size_t k, size_t j) {
-  using V = Full<double>;
-  return product({broadcast<V>(arcs.re[k]), broadcast<V>(arcs.im[k])}, {load<V>(c.cosine + j), load<V>(c.sine + j)});
-}
 template <size_t P, class T>
-MOX_INLINE void putArc(const Circle& c, const Arcs& arcs, size_t k, T* out) {
-#pragma GCC unroll 4
-  for (size_t j = 0; j < kArc; j += kLanes<double>) {
-    const Pair<Full<double>> v = arcValues(c, arcs, k, j);
-    if constexpr (P == 1) {
-      narrowTo(out + j, v.a);
-    } else {
-      const Pair<Full<double>> z = zipped(v);
-      narrowTo(out + 2 * j, z.a);
-      narrowTo(out + 2 * j + kLanes<double>, z.b);
-    }
+MOX_INLINE void putPair(T* out, Pair<Full<double>> v) {
+  if constexpr (P == 1) {
+    narrowTo(out, v.a);
+  } else {
+    const Pair<Full<double>> z = zipped(v);
+    narrowTo(out, z.a);
+    narrowTo(out + kLanes<double>, z.b);
   }
 }
 // A stretch.
-template <size_t P, class T>
-MOX_INLINE void putArcs(const Circle& c, const Arcs& arcs, T* out, size_t count) {
+template <size_t P, class T, size_t kSize>
+MOX_INLINE void putArcs(const Arcs<kSize>& arcs, T* out, size_t count) {
+  constexpr size_t L = kLanes<double>;
   size_t k = 1;
-  for (; count >= kArc; count -= kArc, out += P * kArc) putArc<P>(c, arcs, k++, out);
+  for (; count >= kSize; count -= kSize, ++k) {
+    const Pair<Full<double>> from = arcs.begin(k);
+#pragma GCC unroll 4
+    for (size_t j = 0; j < kSize; j += L, out += P * L) putPair<P>(out, arcs.values(from, j));
+  }
   if (count == 0) return;
-  T some[P * kArc];
-  putArc<P>(c, arcs, k, some);
-  __builtin_memcpy(out, some, P * count * sizeof(T));
+  const Pair<Full<double>> from = arcs.begin(k);
+  size_t j = 0;
+  for (; j + L <= count; j += L, out += P * L) putPair<P>(out, arcs.values(from, j));
+  count -= j;
+  if (count == 0) return;
+  T some[P * L];
+  putPair<P>(some, arcs.values(from, j));
+  for (size_t i = 0; i < P * count; ++i) out[i] = some[i];
 }
-template <size_t P>
-MOX_INLINE void putArcs(const Circle& c, const Arcs& arcs, int16_t* out, size_t count) {
-  double stretch[P * kStretch];
-  for (size_t k = 0; k * kArc < count; ++k) putArc<P>(c, arcs, 1 + k, stretch + P * kArc * k);
+template <size_t P, size_t kSize>
+MOX_INLINE void putArcs(const Arcs<kSize>& arcs, int16_t* out, size_t count) {
+  double stretch[P * Arcs<kSize>::kReach];
+  putArcs<P>(arcs, stretch, count);
   putReals(stretch, out, P * count);
 }
 // Value i of the stretch as it was put, before its rounding to T; -1 is the last one of the stretch before.
-template <size_t P>
-MOX_INLINE void valueOfArcs(const Circle& c, const Arcs& arcs, ptrdiff_t i, double* value) {
+template <size_t P, size_t kSize>
+MOX_INLINE void valueOfArcs(const Arcs<kSize>& arcs, ptrdiff_t i, double* value) {
   constexpr size_t L = kLanes<double>;
-  const size_t place = static_cast<size_t>(i + static_cast<ptrdiff_t>(kArc)), k = place / kArc, j = place % kArc;
-  const Pair<Full<double>> v = arcValues(c, arcs, k, j - j % L);
+  const size_t place = static_cast<size_t>(i + static_cast<ptrdiff_t>(kSize)), k = place / kSize, j = place % kSize;
+  const Pair<Full<double>> v = arcs.values(arcs.begin(k), j - j % L);
   double lanes[2 * L];
   store(lanes, v.a);
   store(lanes + L, v.b);
   for (size_t p = 0; p < P; ++p) value[p] = lanes[p * L + j % L];
 }
 
-// Below, building a table takes longer than the recurrence.
+// Below, what is made first takes longer than the recurrence.
 constexpr size_t kFewSamples = 48;
 // The sine of a step below which two neighbours say nothing of the quadrature.
 constexpr double kLeastSine = 0x1p-100;
@@ -98,13 +110,17 @@ constexpr double kLeastSine = 0x1p-100;
 constexpr size_t kSection = size_t{1} << 20;
 
 // As the recurrence would, without its errors: z e^(i m w), z the last value and, of a real tone, its quadrature.
-template <size_t P, class T>
-void tone(double frequency, double twoCos, double* history, T* out, size_t n) {
+// Tables of kSize places.
+template <size_t kSize, size_t P, class T>
+MOX_NOINLINE void toneByArcs(double frequency, double twoCos, double* history, T* out, size_t n) {
   using V = Full<double>;
-  if (n < kFewSamples) return recurrence<P>(twoCos, history, out, n);
+  constexpr size_t kReach = Arcs<kSize>::kReach;
   const double high = upper22Bits(frequency);
-  const Circle circle({high, frequency - high});
-  const double c = circle.cosine[1], s = circle.sine[1];
+  const Turn turn = {high, frequency - high};
+  double re[kArcs], im[kArcs];
+  size_t count = n < kReach ? n : kReach;
+  circlePoints(1, kSize, turn, (count + kSize - 1) / kSize, re, im);
+  const double c = re[0], s = im[0];
   if (s < kLeastSine) return recurrence<P>(twoCos, history, out, n);
   double quadrature = history[1];
   if (P == 1) {
@@ -113,28 +129,39 @@ void tone(double frequency, double twoCos, double* history, T* out, size_t n) {
     quadrature = ((history[1] - y) + y * rest) / s;
   }
   Pair<V> z = {broadcast<V>(history[0]), broadcast<V>(quadrature)};
-  Arcs arcs = {};
-  size_t count = 0, section = 0;
-  for (size_t i = 0; i < n; i += count) {
-    double re[kArcs], im[kArcs];
-    if (i - section == kSection) {
-      circlePoints(static_cast<int32_t>(kSection), 0, circle.turn, 1, re, im);
-      z = product(z, {load<V>(re), load<V>(im)});
-      section = i;
-    }
-    count = n - i < kStretch ? n - i : kStretch;
+  // Behind what all else waits for.
+  Arcs<kSize> arcs;
+  arcs.circle.set(turn);
+  arcs.re[kArcs] = arcs.im[kArcs] = 0;
+  for (size_t i = 0, section = 0;;) {
     arcs.re[0] = arcs.re[kArcs];
     arcs.im[0] = arcs.im[kArcs];
-    circlePoints(static_cast<int32_t>(i - section) + 1, kArc, circle.turn, (count + kArc - 1) / kArc, re, im);
-    for (size_t k = 0; k * kArc < count; k += kLanes<double>) {
+    for (size_t k = 0; k * kSize < count; k += kLanes<double>) {
       const Pair<V> begin = product(z, {load<V>(re + k), load<V>(im + k)});
       store(arcs.re + 1 + k, begin.a);
       store(arcs.im + 1 + k, begin.b);
     }
-    putArcs<P>(circle, arcs, out + P * i, count);
+    putArcs<P>(arcs, out + P * i, count);
+    i += count;
+    if (i == n) break;
+    if (i - section == kSection) {
+      circlePoints(static_cast<int32_t>(kSection), 0, turn, 1, re, im);
+      z = product(z, {load<V>(re), load<V>(im)});
+      section = i;
+    }
+    count = n - i < kReach ? n - i : kReach;
+    circlePoints(static_cast<int32_t>(i - section) + 1, kSize, turn, (count + kSize - 1) / kSize, re, im);
   }
-  valueOfArcs<P>(circle, arcs, static_cast<ptrdiff_t>(count) - 1, history);
-  valueOfArcs<P>(circle, arcs, static_cast<ptrdiff_t>(count) - 2, history + P);
+  valueOfArcs<P>(arcs, static_cast<ptrdiff_t>(count) - 1, history);
+  valueOfArcs<P>(arcs, static_cast<ptrdiff_t>(count) - 2, history + P);
+}
+
+template <size_t P, class T>
+void tone(double frequency, double twoCos, double* history, T* out, size_t n) {
+  if (n < kFewSamples) return recurrence<P>(twoCos, history, out, n);
+  if (n <= 8 * kArcs) return toneByArcs<8, P>(frequency, twoCos, history, out, n);
+  if (n <= 16 * kArcs) return toneByArcs<16, P>(frequency, twoCos, history, out, n);
+  toneByArcs<kArc, P>(frequency, twoCos, history, out, n);
 }
 
 // ---- triangles

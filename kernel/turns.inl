@@ -1,7 +1,7 @@
 // Values on a circle at equal steps, z e^(i m w).
 //
-// m = 32 k + j: the table holds e^(i j w), 0 <= j < 32, one value is evaluated for every k, and a product puts the two
-// together: no error grows with m. Nothing is fused, so that every set gives the same bits.
+// m = 32 k + j, or less for few values: the table holds e^(i j w), 0 <= j < 32, one value is evaluated for every k, and
+// a product puts the two together: no error grows with m. Nothing is fused, so that every set gives the same bits.
 
 // A step of at most half a turn. The first part has 22 bits, its products with m < 2^31 are exact.
 struct Turn {
@@ -34,11 +34,10 @@ MOX_INLINE Pair<V> onCircle(V m, Turn turn) {
 }
 
 // n, n + 1, n + 2 ...
+constexpr double kPlaces[] = {0, 1, 2, 3, 4, 5, 6, 7};
 template <class V>
 MOX_INLINE V ascending(double n) {
-  double values[sizeof(V) / sizeof(double)];
-  for (size_t i = 0; i < sizeof(V) / sizeof(double); ++i) values[i] = n + static_cast<double>(static_cast<int32_t>(i));
-  return load<V>(values);
+  return n + load<V>(kPlaces);
 }
 
 // Values are made in arcs of 32 and stretches of 256.
@@ -57,9 +56,9 @@ MOX_INLINE void circlePoints(int32_t first, size_t step, Turn turn, size_t count
   }
 }
 
-// e^(i j w), 0 <= j < 32.
+// e^(i j w), 0 <= j < kSize.
+template <size_t kSize>
 struct Circle {
-  Turn turn;
-  double cosine[kArc], sine[kArc];
-  MOX_NOINLINE explicit Circle(Turn t) : turn(t) { circlePoints(0, 1, turn, kArc, cosine, sine); }
+  double cosine[kSize], sine[kSize];
+  MOX_INLINE void set(Turn turn) { circlePoints(0, 1, turn, kSize, cosine, sine); }
 };

@@ -32,30 +32,64 @@ struct LinearWeights {
   }
 };
 
+// cos(2 pi m turn), at most half a turn: the sine of x, a quarter less that. The polynomial is within 2^-61, the result
+// within 1.6 * 2^-53, and 1 and -1 at the ends.
+struct HalfTurnData {
+  static constexpr double kEven[] = {-0x1.5555555555555p-3, -0x1.a01a01a015193p-13, -0x1.ae6454e4d852fp-26,
+                                     -0x1.ae44aa24722c3p-41};
+  static constexpr double kOdd[] = {0x1.11111111110cbp-7, 0x1.71de3a52c1c9ap-19, 0x1.6123d154a845bp-33,
+                                    0x1.8851fd1ab23e7p-49};
+};
+template <class V>
+MOX_INLINE V halfTurnCosine(V m, Turn turn) {
+  const auto& e = HalfTurnData::kEven;
+  const auto& o = HalfTurnData::kOdd;
+  const V x = ((0.25 - m * turn.high) - m * turn.low) * 0x1.921fb54442d18p2, z = x * x, zz = z * z;
+  const V even = ((e[3] * zz + e[2]) * zz + e[1]) * zz + e[0], odd = ((o[3] * zz + o[2]) * zz + o[1]) * zz + o[0];
+  return x + x * (z * (even + odd * z));
+}
+
 // a0 - c (a1 + a2 c)
 template <bool Quadratic>
 struct CosineWeights {
-  double a0, a1, a2;
-  Circle circle;
-  MOX_NOINLINE CosineWeights(const WindowShape& shape, int32_t last)
-      : a0(shape.a[0]), a1(shape.a[1]), a2(shape.a[2]), circle(part(last)) {}
-  MOX_INLINE static Turn part(int32_t last) {
-    const double high = upper22Bits(1.0 / last);
-    return {high, (1 - last * high) / last};
-  }
-  template <class V>
-  MOX_INLINE V weight(V c) const {
-    if constexpr (Quadratic) {
-      return a0 - c * (a1 + a2 * c);
-    } else {
-      return a0 - c * a1;
+  static constexpr size_t kDirect = 96;  // at most so many weights are evaluated one by one
+  struct Curve {
+    double a0, a1, a2;
+    template <class V>
+    MOX_INLINE V operator()(V c) const {
+      if constexpr (Quadratic) {
+        return a0 - c * (a1 + a2 * c);
+      } else {
+        return a0 - c * a1;
+      }
     }
+  } curve;
+  Turn turn;
+  Circle<kArc> circle;
+
+  MOX_INLINE CosineWeights(const WindowShape& shape, int32_t last)
+      : curve{shape.a[0], shape.a[1], shape.a[2]}, turn(part(last)) {
+    if (last > static_cast<int32_t>(2 * kDirect)) circle.set(turn);
   }
-  MOX_INLINE double middle(int32_t) const { return a0 + (Quadratic ? a1 - a2 : a1); }
+  MOX_INLINE static Turn part(int32_t last) {
+    const double whole = 1.0 / last, high = upper22Bits(whole);
+    return {high, (1 - last * high) * whole};
+  }
+  MOX_INLINE double middle(int32_t) const { return curve.a0 + (Quadratic ? curve.a1 - curve.a2 : curve.a1); }
   MOX_NOINLINE void fill(int32_t first, size_t n, Weights* w) const {
     using V = Full<double>;
+    const Curve weight = curve;  // in registers, whatever is stored
+    if (first == 0 && n <= kDirect) {
+      const Turn part = turn;
+      V m = ascending<V>(0);
+      for (size_t j = 0; j < n; j += kLanes<double>) {
+        storeWeights(w, j, weight(halfTurnCosine(m, part)));
+        m += kLanes<double>;
+      }
+      return;
+    }
     double re[kArcs], im[kArcs];
-    circlePoints(first, kArc, circle.turn, (n + kArc - 1) / kArc, re, im);
+    circlePoints(first, kArc, turn, (n + kArc - 1) / kArc, re, im);
     for (size_t k = 0; k * kArc < n; ++k) {
       const V p = broadcast<V>(re[k]), q = broadcast<V>(im[k]);
 #pragma GCC unroll 4
