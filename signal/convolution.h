@@ -82,18 +82,21 @@ class ConvSpectra {
     return (realTable_ || !realOperands) && (complexTable_ || !complexOperands);
   }
 
-  // The spectrum of n <= N values and zeros behind them.
+  // Whether a transform from one array to another is the faster one.
+  bool isBetterApart() const { return transformsApart(size() * sizeof(Result)); }
+
+  // The spectrum of n <= N values and zeros behind them, by way of N at `room`, which may be the spectrum.
   template <class T>
-  void toSpectrum(const T* values, size_t n, Result* spectrum) const {
+  void toSpectrum(const T* values, size_t n, Result* room, Result* spectrum) const {
     const auto& fft = Precision<R>::fft();
-    T* const padded = reinterpret_cast<T*>(spectrum);
+    T* const padded = reinterpret_cast<T*>(room);
     std::memcpy(padded, values, n * sizeof(T));
     std::memset(static_cast<void*>(padded + n), 0, (size() - n) * sizeof(T));
     R* const s = reals(spectrum);
     if constexpr (kComplex<T>) {
-      fft.forward[order_](s, s, complexTable_, 1);
+      fft.forward[order_](reals(room), s, complexTable_, 1);
     } else {
-      fft.toSpectrum[0][order_](s, s, realTable_, 1);
+      fft.toSpectrum[0][order_](reals(room), s, realTable_, 1);
       if constexpr (kComplex<Result>) {
         spectrum[size() / 2] = {s[1], 0};
         s[1] = 0;
@@ -116,14 +119,15 @@ class ConvSpectra {
     }
   }
 
-  void toResults(Result* spectrum) const {
+  // The results may be the spectrum.
+  void toResults(const Result* spectrum, Result* results) const {
     const auto& fft = Precision<R>::fft();
-    R* const s = reals(spectrum);
+    const R* const s = reals(spectrum);
     const R scale = Precision<R>::powerOfTwo(-order_);
     if constexpr (kComplex<Result>) {
-      fft.inverse[order_](s, s, complexTable_, scale);
+      fft.inverse[order_](s, reals(results), complexTable_, scale);
     } else {
-      fft.toSignal[1][order_](s[0], s[1], s + 2, s, realTable_, scale);
+      fft.toSignal[1][order_](s[0], s[1], s + 2, reals(results), realTable_, scale);
     }
   }
 
@@ -155,17 +159,20 @@ void convolveWhole(const Tap* taps, int64_t count, const Sample* x, int64_t n, F
   const uint64_t results = static_cast<uint64_t>(n + count - 1);
   ConvSpectra<Result> spectra(convWholeOrder(results));
   if (!prepared<Result, Tap, Sample>(spectra, site)) return;
-  const AlignedArray<Result> buffers(2 * uint64_t{spectra.size()});
+  const bool apart = spectra.isBetterApart();
+  const AlignedArray<Result> buffers((apart ? 3 : 2) * uint64_t{spectra.size()});
   if (!buffers.get()) {
     report(site, MOX_StsNoMem, "NULL Pointer");
     return;
   }
   Result *const samples = buffers.get(), *const response = samples + spectra.size();
-  spectra.toSpectrum(x, static_cast<size_t>(n), samples);
-  spectra.toSpectrum(taps, static_cast<size_t>(count), response);
+  Result* const room = apart ? response + spectra.size() : nullptr;
+  spectra.toSpectrum(x, static_cast<size_t>(n), apart ? room : samples, samples);
+  spectra.toSpectrum(taps, static_cast<size_t>(count), apart ? room : response, response);
   spectra.multiply(response, samples);
-  spectra.toResults(samples);
-  std::memcpy(y, samples, static_cast<size_t>(results) * sizeof(Result));
+  Result* const all = apart ? room : samples;
+  spectra.toResults(samples, all);
+  std::memcpy(y, all, static_cast<size_t>(results) * sizeof(Result));
 }
 
 // Overlap-add: stretches of samples whose results together fill one transform. At least 2 taps.
@@ -175,24 +182,26 @@ void convolveBlocks(const Tap* taps, int64_t count, const Sample* x, int64_t n, 
   using Result = FirResult<Sample, Tap>;
   ConvSpectra<Result> spectra(convBlockOrder(static_cast<uint64_t>(count), static_cast<uint64_t>(n), selector));
   if (!prepared<Result, Tap, Sample>(spectra, site)) return;
-  const AlignedArray<Result> buffers(2 * uint64_t{spectra.size()});
+  const bool apart = spectra.isBetterApart();
+  const AlignedArray<Result> buffers((apart ? 3 : 2) * uint64_t{spectra.size()});
   if (!buffers.get()) {
     report(site, MOX_StsNoMem, "NULL Pointer");
     return;
   }
   Result *const block = buffers.get(), *const response = block + spectra.size();
-  spectra.toSpectrum(taps, static_cast<size_t>(count), response);
+  Result* const room = apart ? response + spectra.size() : block;
+  spectra.toSpectrum(taps, static_cast<size_t>(count), apart ? room : response, response);
   const size_t tail = static_cast<size_t>(count - 1), step = spectra.size() - tail;
   // What a block begins with adds to the tail of the one before.
   size_t begun = 0;
   for (size_t left = static_cast<size_t>(n), m; left > 0; left -= m, x += m, y += m) {
     m = std::min(left, step);
-    spectra.toSpectrum(x, m, block);
+    spectra.toSpectrum(x, m, room, block);
     spectra.multiply(response, block);
-    spectra.toResults(block);
-    Precision<RealOf<Result>>::arith().add(reals(block), reals(y), reals(y),
+    spectra.toResults(block, room);
+    Precision<RealOf<Result>>::arith().add(reals(room), reals(y), reals(y),
                                            begun * sizeof(Result) / sizeof(RealOf<Result>));
-    std::memcpy(y + begun, block + begun, (m + tail - begun) * sizeof(Result));
+    std::memcpy(y + begun, room + begun, (m + tail - begun) * sizeof(Result));
     begun = tail;
   }
 }

@@ -149,26 +149,29 @@ class Transform {
   size_t bins() const { return reals() / 2; }
   static constexpr bool kReal = !kComplexData;
 
-  // Of n values of x from `from` on (zeros where there is no x), then zeros.
+  // Whether a transform from one array to another is the faster one.
+  bool isBetterApart() const { return transformsApart(reals() * sizeof(T)); }
+
+  // Of n values of x from `from` on (zeros where there is no x), then zeros; by way of `padded`, which may be `to`.
   template <class E>
-  void spectrum(const E* x, int64_t len, int64_t from, int64_t n, T* to) const {
-    const T* in = to;
+  void spectrum(const E* x, int64_t len, int64_t from, int64_t n, T* padded, T* to) const {
+    const T* in = padded;
     if (kComplex<E> == kComplexData && from >= 0 && n == length() && from + n <= len) {
       in = mox::reals(x + from);
     } else {
       constexpr size_t kParts = kComplexData ? 2 : 1;
       const int64_t begin = std::max<int64_t>(from, 0), end = std::max(begin, std::min(from + n, len));
       const size_t before = count(std::min(begin - from, length())) * kParts, there = count(end - begin) * kParts;
-      std::memset(to, 0, before * sizeof(T));
+      std::memset(padded, 0, before * sizeof(T));
       if constexpr (kComplex<E> == kComplexData) {
-        std::memcpy(to + before, mox::reals(x + begin), there * sizeof(T));
+        std::memcpy(padded + before, mox::reals(x + begin), there * sizeof(T));
       } else {
         for (size_t i = 0; i < there / 2; ++i) {
-          to[before + 2 * i] = x[count(begin) + i];
-          to[before + 2 * i + 1] = 0;
+          padded[before + 2 * i] = x[count(begin) + i];
+          padded[before + 2 * i + 1] = 0;
         }
       }
-      std::memset(to + before + there, 0, (reals() - before - there) * sizeof(T));
+      std::memset(padded + before + there, 0, (reals() - before - there) * sizeof(T));
     }
     if constexpr (kComplexData) {
       fft().forward[order_](in, to, table_, 1);
@@ -177,13 +180,14 @@ class Transform {
     }
   }
 
-  // Back, in place. False where there was an infinity or NaN, or the range was left: then no value is finite.
-  bool signal(T* x, double factor) const {
+  // Back, to x, which may be the spectrum. False where there was an infinity or NaN, or the range was left: then no
+  // value is finite.
+  bool signal(const T* spectrum, double factor, T* x) const {
     const T scale = static_cast<T>(factor / static_cast<double>(length()));
     if constexpr (kComplexData) {
-      fft().inverse[order_](x, x, table_, scale);
+      fft().inverse[order_](spectrum, x, table_, scale);
     } else {
-      fft().toSignal[1][order_](x[0], x[1], x + 2, x, table_, scale);
+      fft().toSignal[1][order_](spectrum[0], spectrum[1], spectrum + 2, x, table_, scale);
     }
     return std::isfinite(x[0]) && std::isfinite(x[1]);
   }
@@ -211,29 +215,33 @@ bool autoByTransform(const T* src, int64_t len, T* dst, int64_t nLags, Norm norm
   const int64_t block = transform.length() / 2;
   const size_t bins = transform.bins(), size = transform.reals();
   const bool real = transform.kReal, single = len <= block;
+  const bool apart = transform.isBetterApart();
   const AlignedArray<R> one(size), other(single ? 0 : size);
+  AlignedArray<R> third;
+  if (apart) third.allocate(size);
   const AlignedArray<double> sums(single ? 0 : size);
-  if (!one.get() || !other.get() || !sums.get()) return false;
+  if (!one.get() || !other.get() || (apart && !third.get()) || !sums.get()) return false;
 
   R *now = one.get(), *next = other.get();
-  transform.spectrum(src, len, 0, block, now);
+  transform.spectrum(src, len, 0, block, apart ? third.get() : now, now);
   if (single) {
     k.products(now, now, now, bins, real);
   } else {
     std::memset(sums.get(), 0, size * sizeof(double));
     for (int64_t from = block; from < len; from += block) {
-      transform.spectrum(src, len, from, block, next);
+      transform.spectrum(src, len, from, block, apart ? third.get() : next, next);
       k.addNeighbourProducts(now, next, sums.get(), bins, real);
       std::swap(now, next);
     }
     k.addProducts(now, now, sums.get(), bins, real);
     k.round(sums.get(), now, size, 1);
   }
-  if (!transform.signal(now, norm.type == Norm::biased ? norm.factor(0) : 1)) return false;
+  R* const results = apart ? third.get() : now;
+  if (!transform.signal(now, norm.type == Norm::biased ? norm.factor(0) : 1, results)) return false;
   if (norm.type == Norm::unbiased) {
-    k.unbias(now, reals(dst), count(nLags), kComplex<T> ? 2 : 1, static_cast<double>(len));
+    k.unbias(results, reals(dst), count(nLags), kComplex<T> ? 2 : 1, static_cast<double>(len));
   } else {
-    std::memcpy(dst, now, count(nLags) * sizeof(T));
+    std::memcpy(dst, results, count(nLags) * sizeof(T));
   }
   return true;
 }
@@ -286,10 +294,14 @@ bool crossByTransform(const Lags<A, B>& p, FirResult<A, B>* dst) {
   const int64_t n = transform.length();
   const size_t bins = transform.bins(), size = transform.reals();
   const bool real = transform.kReal, summed = plan.cut == Cut::a && plan.step < p.lenA;
+  const bool apart = transform.isBetterApart();
   const AlignedArray<R> ofA(size), ofB(size);
+  AlignedArray<R> third;
+  if (apart) third.allocate(size);
   const AlignedArray<double> sums(summed ? size : 0);
-  if (!ofA.get() || !ofB.get() || !sums.get()) return false;
+  if (!ofA.get() || !ofB.get() || (apart && !third.get()) || !sums.get()) return false;
   R *const x = ofA.get(), *const y = ofB.get();
+  R *const beforeX = apart ? third.get() : x, *const beforeY = apart ? third.get() : y;
 
   const int64_t lags = plan.cut == Cut::lagsOfA || plan.cut == Cut::lagsOfB ? plan.step : p.size();
   for (int64_t lag = p.lo; lag <= p.hi; lag += lags) {
@@ -297,27 +309,27 @@ bool crossByTransform(const Lags<A, B>& p, FirResult<A, B>* dst) {
     R* z = y;
     switch (plan.cut) {
       case Cut::none:
-        transform.spectrum(p.a, p.lenA, 0, p.lenA, x);
-        transform.spectrum(p.b, p.lenB, 0, p.lenB, y);
+        transform.spectrum(p.a, p.lenA, 0, p.lenA, beforeX, x);
+        transform.spectrum(p.b, p.lenB, 0, p.lenB, beforeY, y);
         break;
       case Cut::a:
         if (summed) std::memset(sums.get(), 0, size * sizeof(double));
         for (int64_t from = 0; from < p.lenA; from += plan.step) {
-          transform.spectrum(p.a, p.lenA, from, plan.step, x);
-          transform.spectrum(p.b, p.lenB, from + lag, n, y);
+          transform.spectrum(p.a, p.lenA, from, plan.step, beforeX, x);
+          transform.spectrum(p.b, p.lenB, from + lag, n, beforeY, y);
           if (summed) k.addProducts(x, y, sums.get(), bins, real);
         }
         fromB = lag;
         break;
       case Cut::lagsOfA:
-        if (lag == p.lo) transform.spectrum(p.a, p.lenA, 0, p.lenA, x);
+        if (lag == p.lo) transform.spectrum(p.a, p.lenA, 0, p.lenA, beforeX, x);
         fromB = lag;
-        transform.spectrum(p.b, p.lenB, fromB, n, y);
+        transform.spectrum(p.b, p.lenB, fromB, n, beforeY, y);
         break;
       case Cut::lagsOfB:
-        if (lag == p.lo) transform.spectrum(p.b, p.lenB, 0, p.lenB, y);
+        if (lag == p.lo) transform.spectrum(p.b, p.lenB, 0, p.lenB, beforeY, y);
         fromA = 1 - lag - lags;
-        transform.spectrum(p.a, p.lenA, fromA, n, x);
+        transform.spectrum(p.a, p.lenA, fromA, n, beforeX, x);
         z = x;
         break;
     }
@@ -326,9 +338,10 @@ bool crossByTransform(const Lags<A, B>& p, FirResult<A, B>* dst) {
     } else {
       k.products(x, y, z, bins, real);
     }
-    if (!transform.signal(z, 1)) return false;
+    R* const values = apart ? third.get() : z;
+    if (!transform.signal(z, 1, values)) return false;
     // Lag k stands at k + fromA - fromB modulo n.
-    const auto* const results = reinterpret_cast<const FirResult<A, B>*>(z);
+    const auto* const results = reinterpret_cast<const FirResult<A, B>*>(values);
     const int64_t have = std::min(lags, p.hi - lag + 1), at = (lag + fromA - fromB) & (n - 1);
     const int64_t some = std::min(have, n - at);
     FirResult<A, B>* const to = dst + (lag - p.lo);

@@ -68,15 +68,17 @@ void printCosts(const char* name, const CostTable& fft, const CostTable& product
     const size_t n = spectra.size();
     const std::vector<T> x = values<T>(n);
     std::vector<T> y(n);
-    const ConvBuffers<T> buffers(n);
-    spectra.toSpectrum(x.data(), n / 2, buffers.first);
-    std::copy_n(buffers.first, n, buffers.second);
+    const AlignedArray<T> buffers(3 * n);
+    T *const first = buffers.get(), *const second = first + n,
+             *const room = spectra.isBetterApart() ? second + n : first;
+    spectra.toSpectrum(x.data(), n / 2, room, first);
+    std::copy_n(first, n, second);
     rows[static_cast<size_t>(order)] = {
-        timeOf([&] { spectra.toSpectrum(x.data(), n / 2, buffers.first); }), timeOf([&] {
-          spectra.multiply(buffers.second, buffers.first);
-          spectra.toResults(buffers.first);
-          std::copy_n(buffers.first, n, y.data());
-          std::copy_n(buffers.second, n, buffers.first);  // else the values would grow; a third of the copies too much
+        timeOf([&] { spectra.toSpectrum(x.data(), n / 2, room, first); }), timeOf([&] {
+          spectra.multiply(second, first);
+          spectra.toResults(first, room);
+          std::copy_n(room, n, y.data());
+          std::copy_n(second, n, first);  // else the values would grow; a third of the copies too much
         })};
   }
   const auto each = [](double cost, int order) { return cost / static_cast<double>(uint64_t{1} << order); };
