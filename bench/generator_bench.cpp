@@ -1,5 +1,5 @@
-// Windows and tones, against a cosine of SLEEF's (1.0 ulp) for every element in the widest vectors, a window kept in a
-// table (VOLK), liquid-dsp's oscillator and plain loops.
+// Windows, tones and triangles, against a cosine of SLEEF's (1.0 ulp) for every element in the widest vectors, a window
+// kept in a table (VOLK), liquid-dsp's oscillator and plain loops.
 #include <liquid/liquid.h>
 #include <volk/volk.h>
 
@@ -144,11 +144,73 @@ void registerTones(int32_t n) {
   });
 }
 
+// ---- triangles, of 1000 to -1000; each waits for the sum before
+
+constexpr double kAsymmetry = 0.3;
+
+// The two comparisons of every step, as a program would have them.
+template <class T>
+void plainTriangle(T* dst, int32_t n) {
+  const double mag = 1000, down = kTwoPi / 2 + kAsymmetry, up = kTwoPi / 2 - kAsymmetry;
+  const double downStep = -2 * kTwoPi * mag * kFrequency / down, upStep = 2 * kTwoPi * mag * kFrequency / up;
+  double value = mag, step = downStep;
+  for (int32_t i = 0; i < n; ++i) {
+    dst[i] = static_cast<T>(value);
+    value += step;
+    if (value > mag) value = (value - mag) * (-up / down) + mag, step = downStep;
+    if (value < -mag) value = (value + mag) * (-down / up) - mag, step = upStep;
+  }
+}
+
+template <class T, class Run>
+void addTriangle(const char* contender, int32_t n, const mox::kernel::Kernels* kernels, Run run) {
+  T* const dst = array<T>(1);
+  add(
+      caseName("triangle", (std::string("triangle") + kSuffix<T>).c_str(), n, contender), kernels,
+      [=] { std::fill_n(dst, n, T{}); }, [=] { run(dst, n); },
+      [=]() -> std::string {
+        const double down = (kTwoPi / 2 + kAsymmetry) / kTwoPi;  // of a period
+        for (int32_t i = 0; i < n; ++i) {
+          const double place = std::fmod(kFrequency * i, 1.0);
+          const double exact = 1000 * (place < down ? 1 - 2 * place / down : 2 * (place - down) / (1 - down) - 1);
+          if (!(std::fabs(static_cast<double>(dst[i]) - exact) <= (std::is_same_v<T, int16_t> ? 1.01 : 1e-3))) {
+            return "wrong at sample " + std::to_string(i);
+          }
+        }
+        return "";
+      });
+}
+
+void registerTriangles(int32_t n) {
+  for (const auto* const kernels : kernelSets()) {
+    MoxsTrnglState single;
+    MoxdTrnglState twice;
+    moxsTrnglInit(static_cast<float>(kFrequency), 0, 1000, static_cast<float>(kAsymmetry), &single);
+    moxdTrnglInit(kFrequency, 0, 1000, kAsymmetry, &twice);
+    addTriangle<float>(kernels->name, n, kernels, [=](float* dst, int32_t count) {
+      MoxsTrnglState state = single;
+      moxsbTrngl(&state, dst, count);
+    });
+    addTriangle<double>(kernels->name, n, kernels, [=](double* dst, int32_t count) {
+      MoxdTrnglState state = twice;
+      moxdbTrngl(&state, dst, count);
+    });
+    addTriangle<int16_t>(kernels->name, n, kernels, [=](int16_t* dst, int32_t count) {
+      MoxsTrnglState state = single;
+      moxwbTrngl(&state, dst, count);
+    });
+  }
+  addTriangle<float>("loop", n, nullptr, plainTriangle<float>);
+  addTriangle<double>("loop", n, nullptr, plainTriangle<double>);
+  addTriangle<int16_t>("loop", n, nullptr, plainTriangle<int16_t>);
+}
+
 }  // namespace
 
 void registerGenerators() {
   for (const int32_t n : kSizes) registerWindows(n);
   for (const int32_t n : kSizes) registerTones(n);
+  for (const int32_t n : {1024, 16384}) registerTriangles(n);
 }
 
 }  // namespace moxbench

@@ -62,7 +62,7 @@ def print_summary(family, cases, sets):
     print("|---|" + "---:|" * (len(sets) + 1 + len(sizes)))
     for case, rows in cases.items():
         def fastest(row):
-            return min(((t, p) for p, t in row.items() if p not in SETS and p != "copy"), default=None)
+            return min(((t, p) for p, t in row.items() if p not in SETS and not p.endswith("copy")), default=None)
         row = rows.get(1024, {})
         peer = fastest(row)
         cells = [case] + [nanoseconds(row[s]) if s in row else "" for s in sets]

@@ -1,5 +1,6 @@
-// Up- and down-sampling of float32, against a loop (compiled for this processor), and `copy`, a memcpy of as many bytes
-// as are read and written. Sizes are those of the array at the higher rate.
+// Up- and down-sampling of float32, against a loop (compiled for this processor), `copy`, a memcpy of as many bytes as
+// are read and written in all, and, as more are written than read upwards, `fill-copy`, a memset and a memcpy of as
+// many of each. Sizes are those of the array at the higher rate.
 #include <cstring>
 
 #include "bench/native.h"
@@ -50,6 +51,14 @@ void addFactor(int32_t factor, int32_t n) {
   }
   up("loop", nullptr, [=] { loopUpSample(factor, kPhase, low(), n, high()); });
   down("loop", nullptr, [=] { loopDownSample(factor, kPhase, high(), n, low()); });
+  add(
+      caseName("sampling", ("up-" + name).c_str(), size, "fill-copy"), nullptr, [] {},
+      [=] {
+        const size_t samples = static_cast<size_t>(n), zeros = static_cast<size_t>(size - n);
+        std::memset(high(), 0, zeros * sizeof(float));
+        std::memcpy(high() + zeros, low(), samples * sizeof(float));
+      },
+      [] { return ""; });
   for (const char* const direction : {"up-", "down-"}) {
     add(
         caseName("sampling", (direction + name).c_str(), size, "copy"), nullptr, [] {},
