@@ -24,18 +24,20 @@ struct PlaneOrders {
 // What a product of direct summation costs; the constants below are in units of a quarter of it.
 constexpr double kProductCost = 4.0;
 
-// A block there and back: each value, by the orders, each row and column for its calls, and what a block begins with.
-// Values cost more where the block and the response of the taps outgrow the second level of cache. Measured with
-// AVX-512 at 110 units a nanosecond: 0.6 to 1.6 times this up to 2^8 rows, up to 2.2 times in tall, narrow blocks.
-// (With AVX2 direct summation takes 1.5 times as long, transforms little more.)
+// A block there and back: each value, by the orders (columns take the product as well), and each row and column for its
+// calls. Values cost a little more where the block and the response of the taps outgrow the second level of cache.
+// Measured from 2^3 to 2^10 rows and columns, the geometric mean of AVX2 and AVX-512 at 114 units a nanosecond: 0.86 to
+// 1.19 times this. (Direct summation does 110 units a nanosecond with AVX-512 and 75 with AVX2; where both are near, it
+// is the more precise one.)
 template <class T>
 constexpr double blockCost(PlaneOrders orders) {
   const double rows = static_cast<double>(uint64_t{1} << orders.rows);
   const double cols = static_cast<double>(uint64_t{1} << orders.cols);
   const int order = orders.rows + orders.cols;
   const int inCache = sizeof(T) == 4 ? 16 : 15;  // 512 KiB in both arrays
-  const double crowded = order > inCache ? 1 + 0.4 * (order - inCache) : 1;
-  return rows * cols * (sizeof(T) / 4) * (130 + 5 * order) * crowded + 2200 * rows + 550 * cols + 28000;
+  const double crowded = order > inCache ? 1 + 0.03 * (order - inCache) : 1;
+  const double each = 18.5 * orders.rows + 6.5 * orders.cols;
+  return rows * cols * (sizeof(T) / 4) * each * crowded + 750 * rows + 1100 * cols;
 }
 // The taps go through the same transforms one way.
 template <class T>
