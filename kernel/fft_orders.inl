@@ -11,20 +11,20 @@ template <bool Fma>
 struct KernelOf<float, 1, Fma> : Order1 {};
 template <bool Fma>
 struct KernelOf<float, 2, Fma> : Order2 {};
+#if MOX_VEC_BYTES >= 32
 template <>
-struct KernelOf<float, 3, true> : Small<float, 4, 2> {};
+struct KernelOf<float, 3, true> : Order3 {};
+#endif
 template <>
-struct KernelOf<float, 4, true> : Small<float, 4, 4> {};
+struct KernelOf<float, 3, false> : Small<float, 2, 4> {};
+template <bool Fma>
+struct KernelOf<float, 4, Fma> : Small<float, 4, 4> {};
 template <>
 struct KernelOf<float, 5, true> : Small<float, 8, 4> {};
 template <>
-struct KernelOf<float, 6, true> : Small<float, 16, 4> {};
+struct KernelOf<float, 6, true> : Small<float, 8, 8> {};
 template <>
-struct KernelOf<float, 3, false> : Small<float, 4, 2> {};
-template <>
-struct KernelOf<float, 4, false> : Small<float, 8, 2> {};
-template <>
-struct KernelOf<float, 5, false> : Small<float, 16, 2> {};
+struct KernelOf<float, 5, false> : Small<float, 4, 8> {};
 template <>
 struct KernelOf<float, 6, false> : Passes<float, 8, 1, 1, 8> {};
 template <bool Fma>
@@ -44,14 +44,13 @@ struct KernelOf<double, 1, Fma> : Small<double, 2, 1> {};
 template <bool Fma>
 struct KernelOf<double, 2, Fma> : Small<double, 4, 1> {};
 template <>
-struct KernelOf<double, 3, true> : Small<double, 4, 2> {};
+struct KernelOf<double, 3, true> : Small<double, 2, 4> {};
 template <>
-struct KernelOf<double, 4, true> : Small<double, 8, 2> {};
+struct KernelOf<double, 4, true> : Small<double, 4, 4> {};
 template <>
-struct KernelOf<double, 5, true> : Small<double, 16, 2> {};
+struct KernelOf<double, 5, true> : Small<double, 4, 8> {};
 template <>
-struct KernelOf<double, 6, true>
-    : std::conditional_t<kVecBytes == 64, Small<double, 16, 4>, Passes<double, 16, 1, 1, 4>> {};
+struct KernelOf<double, 6, true> : Small<double, 8, 8> {};
 template <>
 struct KernelOf<double, 3, false> : Small<double, 8, 1> {};
 template <>

@@ -107,25 +107,6 @@ struct Passes {
     }
   }
 
-  // Factors for L columns or blocks.
-  template <int R>
-  static void storeFactors(const Column (&types)[L], T* to) {
-    for (int i = 0; i < Factors<R, V>::kCount; ++i) {
-      for (const Column type : types) {
-        to[0] = static_cast<T>(factorValue<R>(i, type));
-        to[1] = alternatingFactor<R>(i) ? -to[0] : to[0];
-        to += 2;
-      }
-    }
-  }
-  // Of blocks q .. q+L-1 of the `blocks` that there are.
-  template <int R>
-  static void storeBlockFactors(int blocks, int q, T* to) {
-    Column types[L];
-    for (int l = 0; l < L; ++l) types[l] = plainAfter(false, blocks, q + l) ? Column::plain : Column::scaled;
-    storeFactors<R>(types, to);
-  }
-
   static void build(const Roots& roots, T* table) {
     storePass<V, kReady>(roots, kMapped, N, R0, table + kTwiddles0);
     for (int g = 0; g < kMiddleTables; ++g) {
@@ -136,10 +117,11 @@ struct Passes {
       const Column types[L] = {Column::scaled};
       storeFactors<R0>(types, table + kFactors0);
       for (int g = 0; g < kMiddleTables; ++g) {
-        storeBlockFactors<R1>(R0, g * L, table + kFactors1 + static_cast<size_t>(g) * 2 * L * kFactorVectors1);
+        storeBlockFactors<R1, L>(R0, g * L, table + kFactors1 + static_cast<size_t>(g) * 2 * L * kFactorVectors1);
       }
       for (int q = 0; q < N / kLast; q += L) {
-        storeBlockFactors<kLast>(N / kLast, q, table + kFactorsLast + 2 * kFactorVectorsLast * static_cast<size_t>(q));
+        storeBlockFactors<kLast, L>(N / kLast, q,
+                                    table + kFactorsLast + 2 * kFactorVectorsLast * static_cast<size_t>(q));
       }
     }
   }
@@ -175,11 +157,7 @@ struct Passes {
         V y[L];
 #pragma GCC unroll 32
         for (size_t l = 0; l < L; ++l) rows[l] = table + kScratch + p / L * kPitch + 2 * L * (n + l), y[l] = x[p + l];
-        if constexpr (R0 == 16) {  // values spill, so that stores bind (order 6 of float64: 63 and 59 ns)
-          storeWholeTransposed(y, rows);
-        } else {
-          storeTransposed(y, rows);
-        }
+        storeTransposed(y, rows);
       }
     }
   }

@@ -140,6 +140,25 @@ void storeTwiddles(const Roots& roots, bool mapped, bool plain, int M, int R, in
   }
 }
 
+// Factors for L columns or blocks.
+template <int R, class T, size_t L>
+void storeFactors(const Column (&types)[L], T* to) {
+  for (int i = 0; i < Factors<R, T>::kCount; ++i) {
+    for (const Column type : types) {
+      to[0] = static_cast<T>(factorValue<R>(i, type));
+      to[1] = alternatingFactor<R>(i) ? -to[0] : to[0];
+      to += 2;
+    }
+  }
+}
+// Of blocks q .. q+L-1 of the `blocks` that there are.
+template <int R, int L, class T>
+void storeBlockFactors(int blocks, int q, T* to) {
+  Column types[L];
+  for (int l = 0; l < L; ++l) types[l] = plainAfter(false, blocks, q + l) ? Column::plain : Column::scaled;
+  storeFactors<R>(types, to);
+}
+
 template <int D, class V>
 MOX_INLINE void radix4(V& x0, V& x1, V& x2, V& x3) {
   const V s0 = x0 + x2, d0 = x0 - x2, s1 = x1 + x3, d1 = x1 - x3;
@@ -378,17 +397,12 @@ MOX_INLINE void loadTransposed(const float* const (&rows)[4], Vec<float, 8> (&x)
 }
 #endif
 
-// The transpose of x to rows in memory, in as many stores as rows.
+// The transpose of x to rows in memory, with more stores than rows where shuffles are what binds.
 template <class V, int L>
-MOX_INLINE void storeWholeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
+MOX_INLINE void storeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
   transpose(x);
 #pragma GCC unroll 8
   for (int l = 0; l < L; ++l) store(rows[l], x[l]);
-}
-// The same, with more stores where shuffles are what binds.
-template <class V, int L>
-MOX_INLINE void storeTransposed(V (&x)[L], ElementOf<V>* const (&rows)[L]) {
-  storeWholeTransposed(x, rows);
 }
 #if MOX_VEC_BYTES >= 32
 template <>

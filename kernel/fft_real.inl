@@ -195,12 +195,15 @@ MOX_NOINLINE void separateSignal(T first, T middle, const T* bins, T* z, size_t 
 
 // ---- The transforms. ------------------------------------------------------------------------------------------------
 
-// Rows of the complex kernel of an order when it works in registers, else 0.
+// Vectors of the complex kernel of an order when it works in registers, else 0.
 constexpr int registerRows(const void*) { return 0; }
 constexpr int registerRows(const Order2*) { return 2; }
+#if MOX_VEC_BYTES >= 32
+constexpr int registerRows(const Order3*) { return 2; }
+#endif
 template <class T, int R, int C>
 constexpr int registerRows(const Small<T, R, C>*) {
-  return R;
+  return R * Small<T, R, C>::K;
 }
 template <class T, int Order>
 constexpr int kRegisterRows = registerRows(static_cast<Kernel<T, Order>*>(nullptr));
