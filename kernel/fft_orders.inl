@@ -62,15 +62,11 @@ struct KernelOf<double, 6, false> : Passes<double, 8, 1, 1, 8> {};
 template <>
 struct KernelOf<double, 7, true> : Passes<double, 8, 1, 1, 16> {};
 template <>
-struct KernelOf<double, 8, true> : Passes<double, 8, 4, 1, 8> {};
-template <>
-struct KernelOf<double, 9, true> : Passes<double, 8, 8, 1, 8> {};
-template <>
 struct KernelOf<double, 7, false> : BackPasses<double, 4, 4, 1, 8> {};
-template <>
-struct KernelOf<double, 8, false> : BackPasses<double, 8, 4, 1, 8> {};
-template <>
-struct KernelOf<double, 9, false> : BackPasses<double, 8, 8, 1, 8> {};
+template <bool Fma>
+struct KernelOf<double, 8, Fma> : BackPasses<double, 8, 4, 1, 8> {};
+template <bool Fma>
+struct KernelOf<double, 9, Fma> : BackPasses<double, 8, 8, 1, 8> {};
 template <bool Fma>
 struct KernelOf<double, 10, Fma> : BackPasses<double, 8, 8, 1, 16> {};
 template <bool Fma>

@@ -231,6 +231,7 @@ struct BackPasses {
   // of float64: 4.4 and 3.8 us), and blocks that share lines of the input go through the first passes together and
   // before the others (3.5 and 3.4 us).
   static constexpr bool kLarge = 2 * N * sizeof(T) >= 32768;
+  static constexpr bool kAtLine = 2 * N * sizeof(T) != 16384;  // see workIn()
   static constexpr size_t kLine = 64 / sizeof(T);
   static constexpr size_t kTogether = kLarge && kLine / 2 < R0 ? kLine / 2 : R0;
   static constexpr size_t kAhead = kTogether < R0 ? R0 : L;  // to the columns whose blocks are prefetched
@@ -382,7 +383,7 @@ struct BackPasses {
 
   template <int D, class Io>
   MOX_INLINE static void run(const Io& io, T* table) {
-    T* const work = io.template work<kLarge>(table + kScratch);
+    T* const work = io.template work<kAtLine>(table + kScratch);
     if constexpr (Io::kMirrored) {
       firstMirrored<D>(io, work);
       for (size_t p0 = 0; p0 < R0; p0 += kTogether) middle<D>(work + p0 * 2 * (N / R0), table);

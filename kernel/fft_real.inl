@@ -213,7 +213,7 @@ constexpr int kRegisterRows = registerRows(static_cast<Kernel<T, Order>*>(nullpt
 constexpr bool readsSpectrum(const void*) { return false; }
 template <class T, int R0, int R1, int R2, int kLast>
 constexpr bool readsSpectrum(const BackPasses<T, R0, R1, R2, kLast>*) {
-  return true;
+  return R0 * R1 * R2 * kLast * sizeof(T) >= 8192;
 }
 template <class T, int Order>
 constexpr bool kReadsSpectrum = readsSpectrum(static_cast<Kernel<T, Order>*>(nullptr));
@@ -299,11 +299,11 @@ struct SpectrumIo {
     store(out + 2 * i, v * broadcast<V>(scale));
   }
   MOX_INLINE void prefetch(size_t i) const { __builtin_prefetch(out + 2 * i, 1); }
-  template <bool kFillsCache>
+  template <bool kAtLine>
   MOX_INLINE T* work(T* scratch) const {
     const uintptr_t from = reinterpret_cast<uintptr_t>(bins), to = reinterpret_cast<uintptr_t>(out);
     const bool apart = to + 2 * M * sizeof(T) <= from || from + 2 * (M - 1) * sizeof(T) <= to;
-    return workIn<kFillsCache>(out, apart, scratch);
+    return workIn<kAtLine>(out, apart, scratch);
   }
 };
 
