@@ -33,8 +33,10 @@ template <bool Fma>
 struct KernelOf<float, 8, Fma> : Passes<float, 8, 4, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 9, Fma> : Passes<float, 8, 8, 1, 8> {};
-template <bool Fma>
-struct KernelOf<float, 10, Fma> : Passes<float, 8, 8, 1, 16> {};
+template <>
+struct KernelOf<float, 10, true> : Passes<float, 8, 8, 1, 16> {};
+template <>
+struct KernelOf<float, 10, false> : Passes<float, 8, 16, 1, 8> {};
 template <bool Fma>
 struct KernelOf<float, 11, Fma> : BackPasses<float, 8, 8, 4, 8> {};
 template <bool Fma>
