@@ -326,7 +326,7 @@ void storeRootPair(ElementOf<V> re, ElementOf<V> im, int lane, ElementOf<V>* w) 
   if (!kHasFma) storeRoot<V, Ready>(im, -re, lane, w + kRootElements<V, Ready>);
 }
 
-// The same as above with -i w (D = 1) or its conjugate.
+// timesRootAt() of two values with -i w instead, from a root and -i times that.
 template <int D, bool Ready, class V>
 MOX_INLINE V timesTurnedRootAt(V v, V swapped, const ElementOf<V>* w) {
   constexpr int n = sizeof(V) / sizeof(*w);
