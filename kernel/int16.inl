@@ -287,24 +287,31 @@ struct Range {
   }
 };
 
-// 1 if a result leaves 16 bits, which it then does by one bit, else 0.
+// 1 if a result leaves 16 bits, which it then does by one bit, else 0. The first stretch with such a result ends the
+// search.
 template <class Op, class Operand>
 MOX_INLINE int32_t halvingFactorWith(const int16_t* a, const Operand& b, size_t n) {
-  constexpr size_t N = kLanes<int16_t>;
+  constexpr size_t N = kLanes<int16_t>, kStretch = 16 * N;
   using V = Vec<int16_t, N>;
-  V leaves{};
-  size_t i = 0;
-  for (; i + N <= n; i += N) {
+  if (n < N) {
+    int32_t any = 0;
+    for (size_t i = 0; i < n; ++i) {
+      const int32_t v = Op::exactOne(a[i], b.one(i));
+      any |= v ^ static_cast<int16_t>(v);
+    }
+    return any != 0;
+  }
+  const auto leaving = [&](size_t i) __attribute__((always_inline)) {
     const V x = load<V>(a + i), y = b.template at<V>(i);
-    leaves |= Op::saturated(x, y) ^ Op::wrapped(x, y);
+    return Op::saturated(x, y) ^ Op::wrapped(x, y);
+  };
+  V leaves = leaving(n - N);
+  for (size_t i = 0; i + N < n;) {
+    const size_t end = n - N - i > kStretch ? i + kStretch : n - N;
+    for (; i < end; i += N) leaves |= leaving(i);
+    if (anyBit(reinterpret_cast<Words>(leaves))) return 1;
   }
-  int32_t any = 0;
-  for (size_t k = 0; k < N; ++k) any |= leaves[k];
-  for (; i < n; ++i) {
-    const int32_t v = Op::exactOne(a[i], b.one(i));
-    any |= v ^ static_cast<int16_t>(v);
-  }
-  return any != 0;
+  return anyBit(reinterpret_cast<Words>(leaves));
 }
 
 template <class Op, class Operand>

@@ -203,6 +203,23 @@ TEST(Arithmetic16All, ProductsOfEveryPairOfAColumn) {
   });
 }
 
+TEST(Arithmetic16All, OneSumThatDoesNotFit) {
+  forEachLevel([] {
+    for (const size_t n : {size_t{40}, size_t{1024}, size_t{1500}}) {
+      std::vector<int16_t> x(n, 16383), got(n);
+      int32_t factor = -1;
+      moxwbAdd3(x.data(), x.data(), got.data(), static_cast<int32_t>(n), MOX_AutoScale, &factor);
+      EXPECT_EQ(factor, 0);
+      for (size_t at = 0; at < n; at += 13) {
+        x[at] = 16384;
+        moxwbAdd3(x.data(), x.data(), got.data(), static_cast<int32_t>(n), MOX_AutoScale, &factor);
+        ASSERT_EQ(factor, 1) << at << " of " << n;
+        x[at] = 16383;
+      }
+    }
+  });
+}
+
 TYPED_TEST(Arithmetic16, NullFactorsAndOverlap) {
   using T = TypeParam;
   using A = Api<T>;
