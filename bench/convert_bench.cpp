@@ -168,6 +168,7 @@ struct Phase {
   static void fill(const Arrays& a, int32_t n) { std::copy(a.src + n, a.src + 2 * n, a.other); }
   static void ours(const Arrays& a, int32_t n) { moxsbrPhase(a.src, a.other, a.dst, n); }
   static void sleef(const Arrays& a, int32_t n) { sleefPhase(a.src, a.other, a.dst, n); }
+  static void sleefAvx2(const Arrays& a, int32_t n) { avx2::sleefPhase(a.src, a.other, a.dst, n); }
   static double error(const Arrays& a, int32_t i) {
     return std::fabs(std::atan2(double{a.other[i]}, double{a.src[i]}) - double{a.dst[i]}) * 0x1p20;
   }
@@ -190,6 +191,7 @@ struct ToCartesian {
   }
   static void ours(const Arrays& a, int32_t n) { moxcbPolarToCart(a.src, a.other, as<MoxC>(a.dst), n); }
   static void sleef(const Arrays& a, int32_t n) { sleefToCartesian(a.src, a.other, a.dst, n); }
+  static void sleefAvx2(const Arrays& a, int32_t n) { avx2::sleefToCartesian(a.src, a.other, a.dst, n); }
   static double error(const Arrays& a, int32_t i) {
     return std::max(std::fabs(a.src[i] * std::cos(double{a.other[i]}) - double{a.dst[2 * i]}),
                     std::fabs(a.src[i] * std::sin(double{a.other[i]}) - double{a.dst[2 * i + 1]})) *
@@ -222,7 +224,10 @@ void addAll() {
     for (const auto* const kernels : kernelSets()) addCase<Case>(kernels->name, n, kernels, Case::ours);
     if constexpr (requires { Case::volk; }) addCase<Case>("volk", n, nullptr, Case::volk);
     if constexpr (requires { Case::eigen; }) addCase<Case>("eigen", n, nullptr, Case::eigen);
-    if constexpr (requires { Case::sleef; }) addCase<Case>("sleef", n, nullptr, Case::sleef);
+    if constexpr (requires { Case::sleef; }) {
+      addCase<Case>("sleef", n, nullptr, Case::sleef);
+      if (hasAvx2()) addCase<Case>("sleef-avx2", n, nullptr, Case::sleefAvx2);
+    }
     const Arrays a;
     add(
         caseName("convert", Case::name, n, "copy"), nullptr, [] {},

@@ -60,11 +60,15 @@ void addFunction(const char* contender, int32_t n, const mox::kernel::Kernels* k
       [=] { call(src, dst, n); }, [=] { return wrong<Function>(n, units); });
 }
 
-template <class Function, class Ours, class Sleef, class Libm>
-void addAll(Ours ours, Sleef sleef, Libm libm) {
+template <class Function>
+using SleefOf = void (*)(const typename Function::Real*, typename Function::Real*, ptrdiff_t);
+
+template <class Function, class Ours, class Libm>
+void addAll(Ours ours, SleefOf<Function> sleef, SleefOf<Function> sleefAvx2, Libm libm) {
   for (const int32_t n : kSizes) {
     for (const auto* const kernels : kernelSets()) addFunction<Function>(kernels->name, n, kernels, ours);
     addFunction<Function>("sleef", n, nullptr, sleef);
+    if (hasAvx2()) addFunction<Function>("sleef-avx2", n, nullptr, sleefAvx2);
     addFunction<Function>("libm", n, nullptr, libm);
     if constexpr (std::is_same_v<Function, Exp<float>>) {
       addFunction<Function>(
@@ -78,11 +82,10 @@ void addAll(Ours ours, Sleef sleef, Libm libm) {
 }  // namespace
 
 void registerLnExp() {
-  addAll<Exp<float>>(moxsbExp2, static_cast<void (*)(const float*, float*, ptrdiff_t)>(sleefExp), loop<float, expf>);
-  addAll<Ln<float>>(moxsbLn2, static_cast<void (*)(const float*, float*, ptrdiff_t)>(sleefLn), loop<float, logf>);
-  addAll<Exp<double>>(moxdbExp2, static_cast<void (*)(const double*, double*, ptrdiff_t)>(sleefExp),
-                      loop<double, ::exp>);
-  addAll<Ln<double>>(moxdbLn2, static_cast<void (*)(const double*, double*, ptrdiff_t)>(sleefLn), loop<double, ::log>);
+  addAll<Exp<float>>(moxsbExp2, sleefExp, avx2::sleefExp, loop<float, expf>);
+  addAll<Ln<float>>(moxsbLn2, sleefLn, avx2::sleefLn, loop<float, logf>);
+  addAll<Exp<double>>(moxdbExp2, sleefExp, avx2::sleefExp, loop<double, ::exp>);
+  addAll<Ln<double>>(moxdbLn2, sleefLn, avx2::sleefLn, loop<double, ::log>);
 }
 
 }  // namespace moxbench

@@ -81,4 +81,14 @@ void sleefHann(double* vec, double step, ptrdiff_t n);
 void sleefTone(float* dst, float step, float phase, ptrdiff_t n);
 void sleefTone(double* dst, double step, double phase, ptrdiff_t n);
 
+// The same in the vectors of AVX2.
+namespace avx2 {
+void sleefPhase(const float* re, const float* im, float* dst, ptrdiff_t n);
+void sleefToCartesian(const float* mag, const float* phase, float* dst, ptrdiff_t n);
+void sleefExp(const float* src, float* dst, ptrdiff_t n);
+void sleefExp(const double* src, double* dst, ptrdiff_t n);
+void sleefLn(const float* src, float* dst, ptrdiff_t n);
+void sleefLn(const double* src, double* dst, ptrdiff_t n);
+}  // namespace avx2
+
 }  // namespace moxbench

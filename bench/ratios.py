@@ -6,7 +6,8 @@ usage: ratios.py RESULTS.json [--sets avx512,avx2,sse2] [--summary]
 Every entry is the median processor time over the repetitions of the run. A ratio is a peer's time divided by ours: 2.0
 means that this library takes half the peer's time. Where there are several peers, ratios are those of the first set.
 --summary makes one table of each family: times for 1024 elements, and for each size the ratios of the first two sets to
-the fastest peer (copies do not count).
+the fastest peer (copies do not count). A peer that is called after a set, as sleef-avx2, is compared with that set, and
+its other form is not.
 """
 import argparse
 import collections
@@ -53,6 +54,14 @@ def print_table(title, rows, sets):
     print()
 
 
+def fastest(row, ours):
+    """The time and the name of the fastest peer of the set `ours`."""
+    def meets(peer):
+        form = next((s for s in SETS if peer.endswith("-" + s)), None)
+        return form == ours if form else f"{peer}-{ours}" not in row
+    return min(((t, p) for p, t in row.items() if p not in SETS and not p.endswith("copy") and meets(p)), default=None)
+
+
 def print_summary(family, cases, sets):
     """cases: {case: {size: {contender: nanoseconds}}}"""
     sets = sets[:2]
@@ -61,16 +70,14 @@ def print_summary(family, cases, sets):
           + " | ".join(f"{size:,}" for size in sizes) + " |")
     print("|---|" + "---:|" * (len(sets) + 1 + len(sizes)))
     for case, rows in cases.items():
-        def fastest(row):
-            return min(((t, p) for p, t in row.items() if p not in SETS and not p.endswith("copy")), default=None)
         row = rows.get(1024, {})
-        peer = fastest(row)
+        peers = list(dict.fromkeys(fastest(row, s) for s in sets if s in row))
         cells = [case] + [nanoseconds(row[s]) if s in row else "" for s in sets]
-        cells.append(f"{peer[1]} {nanoseconds(peer[0])}" if peer else "")
+        cells.append(", ".join(f"{peer[1]} {nanoseconds(peer[0])}" for peer in peers if peer))
         for size in sizes:
             row = rows.get(size, {})
-            peer = fastest(row)
-            cells.append(" / ".join(f"{peer[0] / row[s]:.2f}" for s in sets if s in row) if peer else "")
+            ratios = [f"{fastest(row, s)[0] / row[s]:.2f}" for s in sets if s in row and fastest(row, s)]
+            cells.append(" / ".join(ratios))
         print("| " + " | ".join(cells) + " |")
     print()
 

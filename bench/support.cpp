@@ -14,6 +14,8 @@ std::vector<const mox::kernel::Kernels*> kernelSets() {
   return sets;
 }
 
+bool hasAvx2() { return mox::kernel::at(mox::kernel::Level::avx2) != nullptr; }
+
 void use(const mox::kernel::Kernels* kernels) {
   if (mox::kernel::active == kernels) return;
   // A table belongs to the set that built it.

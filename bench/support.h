@@ -14,6 +14,9 @@ namespace moxbench {
 // The kernel sets that this processor can run.
 std::vector<const mox::kernel::Kernels*> kernelSets();
 
+// Whether peers compiled for AVX2 can run, which stand beside those for this processor.
+bool hasAvx2();
+
 // Makes `kernels` the set behind the calls that follow.
 void use(const mox::kernel::Kernels* kernels);
 
