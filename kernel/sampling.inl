@@ -223,7 +223,8 @@ MOX_NOINLINE void spreadVectors(const uint8_t* src, uint8_t* dst, size_t n, size
   // The pattern repeats after `factor` vectors, or after each one.
   const bool same = kLane % step == 0;
   const size_t period = same ? 4 : factor;
-  const int shift = __builtin_ctzll(same ? 4 * kVecBytes / step : kVecBytes);
+  constexpr uint32_t kBytesAtOnce = kVecBytes;
+  const int shift = __builtin_ctz(same ? 4 * kBytesAtOnce / step : kBytesAtOnce);
   const size_t begin = unalignedElements<kBytes>(dst);
   const size_t sample = begin > phase ? static_cast<uint32_t>(begin - phase + factor - 1) / step : 0;
   planSpread<kBytes>(factor, phase + sample * factor - begin, sample, period, plans);
