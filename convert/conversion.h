@@ -75,8 +75,8 @@ constexpr const char *kExceedsInteger = "A float exceeds an integer", *kExceedsF
 template <class T>
 using ToIntegers = typename kernel::Conversion<T>::ToIntegers;
 
-// With reports of the elements out of range (the site comes by value, as in check.h). A report may end the process or read both arrays: every element before the
-// reported one is done, none after it.
+// With reports of the elements out of range (the site comes by value, as in check.h). A report may end the process or
+// read both arrays: every element before the reported one is done, none after it.
 template <class T>
 [[gnu::noinline]] void toIntegersReporting(ToIntegers<T> convert, const T* src, void* dst, size_t n, size_t step,
                                            T scale, int32_t flags, const char* exceeds, Site site) {

@@ -2020,8 +2020,8 @@ MOX_API void MOX_CALL moxcConv(const MoxC* x, int32_t xLen, const MoxC* h, int32
 MOX_API void MOX_CALL moxzConv(const MoxZ* x, int32_t xLen, const MoxZ* h, int32_t hLen, MoxZ* y);
 /** @} */
 /** @name Of one real and one complex operand
- * With xLen < hLen this is the call of the other function with the operands exchanged, which reports under its own name;
- * a trace under the name of the called one follows.
+ * With xLen < hLen this is the call of the other function with the operands exchanged, which reports under its own
+ * name; a trace under the name of the called one follows.
  * @{ */
 MOX_API void MOX_CALL moxcsConv(const MoxC* x, int32_t xLen, const float* h, int32_t hLen, MoxC* y);
 MOX_API void MOX_CALL moxscConv(const float* x, int32_t xLen, const MoxC* h, int32_t hLen, MoxC* y);
