@@ -11,13 +11,13 @@
 // Every output adds its products in an order that depends on the filter alone, and is the same on every set.
 
 // Vectors of outputs at a time: as many sums as hide the latency of the additions, as far as there are registers.
-constexpr int kFirRows = sizeof(void*) == 4 ? 4 : kVecBytes == 64 ? 12 : 8;
+constexpr int kFirRows = sizeof(void*) == 4 ? 4 : kVecBytes == 64 ? 16 : 8;
 constexpr int kFirFewRows = kVecBytes == 64 ? 4 : kFirRows / 4;  // and of what is left over
 constexpr int kFirLanes = kLanes<double>;
 using FirVec = Vec<double, kFirLanes>;
 
 constexpr size_t kFirTaps = 256;  // a stretch of the filter
-constexpr size_t kFirSums = kFirRows * kFirLanes * (kVecBytes == 64 ? 6 : kVecBytes == 32 ? 16 : 32);
+constexpr size_t kFirSums = kFirRows * kFirLanes * (kVecBytes == 64 ? 8 : kVecBytes == 32 ? 16 : 32);
 constexpr size_t kFirWindow = 2048;  // a stretch of the signal, reals
 constexpr size_t kFirPad = 16;       // zeros behind it
 constexpr size_t kFirStreams = 8;    // more than so many decimate output by output
@@ -28,7 +28,7 @@ static_assert(kFirSums + 2 * kFirTaps + kFirPad <= kFirWindow && 8 * kFirTaps <=
 // Rows that take a window of kFirLanes values at w + kFirLanes O: row O through tap 0, the row 8 values on through the
 // tap 8/step on, and so forth. One load serves them all.
 // Keeps a loaded window in its register: GCC 12 would load it once per use, and unaligned loads are what limits this
-// loop (16 taps with AVX-512: 24 loads for 24 products in place of 13).
+// loop (16 taps with AVX-512: 32 loads for 32 products in place of 17).
 MOX_INLINE void firPin(FirVec& x) {
 #if MOX_VEC_BYTES == 64
   asm volatile("" : "+v"(x));
@@ -206,7 +206,7 @@ MOX_INLINE void firWiden(const int16_t* from, size_t n, double* to) {
 template <class T>
 MOX_INLINE void firWiden(const T* from, size_t n, double* to) {
   size_t i = 0;
-  for (; i + kDotWidth <= n; i += kDotWidth) store(to + i, widened(from + i));
+  for (; i + kFirLanes <= n; i += kFirLanes) store(to + i, wide(from + i, static_cast<FirVec*>(nullptr)));
   for (; i < n; ++i) to[i] = from[i];
 }
 
