@@ -461,6 +461,13 @@ std::vector<T> recursiveTaps(Bits& bits, int32_t sections, int32_t order) {
   return taps;
 }
 
+// run(taps, order or number of sections, whether these are biquads)
+template <class T, class Run>
+void eachRecursion(Bits& bits, const Run& run) {
+  for (const int32_t order : {0, 1, 2, 5, 20}) run(recursiveTaps<T>(bits, 1, order), order, false);
+  for (const int32_t sections : {1, 2, 4, 7, 8}) run(recursiveTaps<T>(bits, sections, 2), sections, true);
+}
+
 template <class T, class Y, class Block, class Single, class... Mode>
 void lowIir(Bits& bits, void(MOX_CALL* init)(int32_t, T*, int32_t, IirTapState*),
             void(MOX_CALL* initBq)(int32_t, T*, int32_t, IirTapState*),
@@ -474,8 +481,7 @@ void lowIir(Bits& bits, void(MOX_CALL* init)(int32_t, T*, int32_t, IirTapState*)
     bits.all({&tapState, &lineState}, {700, mode...}, block);
     bits.all({&tapState, &lineState}, {mode...}, single);
   };
-  for (const int32_t order : {0, 1, 2, 5, 20}) run(recursiveTaps<T>(bits, 1, order), order, false);
-  for (const int32_t sections : {1, 2, 4, 7, 8}) run(recursiveTaps<T>(bits, sections, 2), sections, true);
+  eachRecursion<T>(bits, run);
 }
 
 template <class T, class Block, class Single, class... Mode>
@@ -488,8 +494,7 @@ void iir(Bits& bits, int32_t(MOX_CALL* init)(int32_t, const T*, int32_t, IirStat
     bits.all({&state}, {mode...}, single);
     moxIirFree(&state);
   };
-  for (const int32_t order : {0, 1, 2, 5, 20}) run(recursiveTaps<T>(bits, 1, order), order, false);
-  for (const int32_t sections : {1, 2, 4, 7, 8}) run(recursiveTaps<T>(bits, sections, 2), sections, true);
+  eachRecursion<T>(bits, run);
 }
 
 template <class T, class X, class Step, class Pass, class Fixed>
