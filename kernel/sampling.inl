@@ -48,39 +48,38 @@ MOX_NOINLINE void spreadElements(const uint8_t* src, uint8_t* dst, size_t factor
   }
 }
 
-// Vectors of zeros, and samples over them.
+// Zeros, and samples over them, in blocks from the end down. The block below is asked for meanwhile (2 MB: 57 against
+// 92 us).
 template <int kBytes>
 MOX_NOINLINE void spreadOverZeros(const uint8_t* src, uint8_t* dst, size_t n, size_t factor, size_t phase) {
-  constexpr size_t kLane = kVecBytes / kBytes;
-  const size_t size = n * factor, begin = unalignedElements<kBytes>(dst);
-  if (size < begin + kLane) return spreadElements<kBytes>(src, dst, factor, phase, 0, size);
-  // Zeros for sample i reach down to places above i, where unread samples stand, but for the first ones.
-  Sample<kBytes> few[kLane + 1];
-  const size_t least = kLane / (factor - 1) + 1, kept = least < n ? least : n;
-  for (size_t i = 0; i < kept; ++i) few[i] = sampleAt<kBytes>(src + i * kBytes);
-
-  const size_t end = begin + (size - begin) / kLane * kLane;
-  spreadElements<kBytes>(src, dst, factor, phase, end, size);
+  constexpr size_t kLane = kVecBytes / kBytes, kAtOnce = 4096 / kBytes;
   // What the compiler knows to be zero it makes a call of memset.
-  const auto zero = pinned(Vec<uint64_t, kVecBytes / 8>{});
-  uint8_t* const lowest = dst + begin * kBytes;
-  uint8_t* done = dst + end * kBytes;
-  const auto put = [&](size_t i, Sample<kBytes> x) {
-    uint8_t* const place = dst + (phase + i * factor) * kBytes;
-    for (; done > place; done -= kVecBytes) putAt(done - kVecBytes, zero);
-    putAt(place, x);
-  };
-  size_t i = end > phase ? (end - phase - 1) / factor + 1 : 0;
-  while (i > kept) {
-    --i;
-    put(i, sampleAt<kBytes>(src + i * kBytes));
+  Vec<uint64_t, kVecBytes / 8> zero = {};
+  asm("" : "+x"(zero));
+  const size_t begin = unalignedElements<kBytes>(dst);
+  size_t end = n * factor, i = n;
+  while (end >= begin + 2 * kLane) {
+    // In place, what is yet to be read is below place i.
+    const size_t least = src == dst ? i : 0, block = end > kAtOnce ? end - kAtOnce : 0;
+    size_t low = least > block ? least : block;
+    if (low > begin) low = begin + (low - begin + kLane - 1) / kLane * kLane;
+    const size_t first = low > phase ? (low - phase + factor - 1) / factor : 0;
+    uint8_t *p = dst + low * kBytes, *const last = dst + (end - kLane) * kBytes;
+    const size_t below = low > kAtOnce ? kAtOnce * kBytes : 0;
+    for (; p + 64 <= last; p += 64) {
+      __builtin_prefetch(p - below, 1);
+#pragma GCC unroll 4
+      for (int k = 0; k < 64; k += kVecBytes) putAt(p + k, zero);
+    }
+    for (; p < last; p += kVecBytes) putAt(p, zero);
+    putAt(last, zero);
+    uint8_t* to = dst + (phase + first * factor) * kBytes;
+#pragma GCC unroll 4
+    for (size_t k = first; k < i; ++k, to += factor * kBytes) putAt(to, sampleAt<kBytes>(src + k * kBytes));
+    end = low;
+    i = first;
   }
-  while (i > 0 && phase + (i - 1) * factor >= begin) {
-    --i;
-    put(i, few[i]);
-  }
-  for (; done > lowest; done -= kVecBytes) putAt(done - kVecBytes, zero);
-  spreadElements<kBytes>(reinterpret_cast<const uint8_t*>(few), dst, factor, phase, 0, begin);
+  spreadElements<kBytes>(src, dst, factor, phase, 0, end);
 }
 
 #if MOX_VEC_BYTES >= 32

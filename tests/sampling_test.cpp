@@ -97,6 +97,9 @@ TYPED_TEST(Sampling, AnyAlignment) {
         std::vector<T> back(61);
         Api<T>::down(factor, 1, dst, 61 * factor, back.data());
         ASSERT_TRUE(sameBits(src, back)) << factor << " " << shift;
+        std::memcpy(dst, src.data(), 61 * sizeof(T));
+        Api<T>::up(factor, 1, dst, 61, dst);
+        ASSERT_EQ(std::memcmp(dst, more.data(), more.size() * sizeof(T)), 0) << factor << " " << shift << " in place";
       }
     }
   });
