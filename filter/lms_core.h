@@ -4,10 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "filter/fir_core.h"
+#include "filter/delay_line.h"
+#include "frame/element.h"
+#include "frame/sums.h"
 #include "kernel/kernels.h"
 #include "moxa1.h"
-#include "vector/element.h"
 
 namespace mox {
 

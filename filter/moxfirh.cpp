@@ -1,8 +1,8 @@
 // Finite impulse response filters that own copies of their taps and of their history.
-#include "filter/fir_core.h"
 #include "filter/fir_state.h"
+#include "frame/float_state.h"
+#include "frame/sums.h"
 #include "kernel/roots.h"
-#include "transform/float_state.h"
 
 namespace mox {
 namespace {

@@ -1,6 +1,6 @@
 // The filter object on int16: sums modulo 2^32, then the scale mode.
-#include "filter/fir_core.h"
 #include "filter/fir_state.h"
+#include "frame/sums.h"
 #include "frame/undscale.h"
 
 namespace mox {

@@ -2,8 +2,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "filter/delay_line.h"
 #include "filter/fir_check.h"
-#include "filter/fir_core.h"
+#include "frame/sums.h"
 #include "frame/undscale.h"
 
 namespace mox {

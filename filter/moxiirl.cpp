@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "frame/check.h"
+#include "frame/element.h"
 #include "kernel/kernels.h"
-#include "vector/element.h"
 
 namespace mox {
 namespace {

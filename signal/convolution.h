@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "filter/fir_core.h"
+#include "frame/sums.h"
 #include "signal/aligned_array.h"
 #include "signal/convolution_choice.h"
 #include "transform/call.h"

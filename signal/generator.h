@@ -1,8 +1,8 @@
 // What the modules of periodic signals have in common: T is a sample's type, P = 1 or 2 its parts.
 #pragma once
 #include "frame/check.h"
+#include "frame/element.h"
 #include "kernel/kernels.h"
-#include "vector/element.h"
 
 namespace mox {
 

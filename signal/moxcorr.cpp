@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "filter/fir_core.h"
+#include "frame/sums.h"
 #include "signal/aligned_array.h"
 #include "signal/corr_check.h"
 #include "signal/corr_cost.h"

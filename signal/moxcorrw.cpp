@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "frame/element.h"
 #include "kernel/kernels.h"
 #include "signal/corr_check.h"
-#include "vector/element.h"
 
 namespace mox {
 namespace {

@@ -1,7 +1,7 @@
 // Symmetric windows, applied in place.
 #include "frame/check.h"
+#include "frame/element.h"
 #include "kernel/kernels.h"
-#include "vector/element.h"
 
 namespace mox {
 namespace {

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/element.h"
 #include "kernel/kernels.h"
 #include "moxa1.h"
-#include "vector/element.h"
 
 namespace mox {
 

@@ -1,6 +1,6 @@
 // One spectral component of floating-point signals.
+#include "frame/float_state.h"
 #include "kernel/roots.h"
-#include "transform/float_state.h"
 #include "transform/goertzel.h"
 
 namespace mox {

@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "frame/check.h"
+#include "frame/float_state.h"
 #include "kernel/kernels.h"
 #include "kernel/roots.h"
-#include "transform/float_state.h"
 #include "transform/tables.h"
 
 namespace mox {

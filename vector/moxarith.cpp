@@ -2,8 +2,8 @@
 #include <cstring>
 
 #include "frame/check.h"
+#include "frame/element.h"
 #include "kernel/kernels.h"
-#include "vector/element.h"
 
 namespace mox {
 namespace {

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "frame/check.h"
+#include "frame/element.h"
 #include "kernel/kernels.h"
-#include "vector/element.h"
 
 namespace mox {
 namespace {

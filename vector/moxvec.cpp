@@ -3,9 +3,9 @@
 #include <limits>
 
 #include "frame/check.h"
+#include "frame/element.h"
 #include "kernel/kernels.h"
 #include "kernel/roots.h"
-#include "vector/element.h"
 
 namespace mox {
 namespace {

@@ -1,4 +1,4 @@
-// What the modules of vectors know of their element types.
+// What the modules know of their element types.
 #pragma once
 #include <bit>
 #include <cstddef>

@@ -1,14 +1,13 @@
-// Finite impulse responses on the library's element types: what every family of filters shares. Nothing here checks,
-// reports or allocates.
+// Sums of products on the library's element types, by the active kernels: dot products and finite impulse responses.
+// Nothing here checks, reports or allocates.
 #pragma once
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 
+#include "frame/element.h"
 #include "kernel/kernels.h"
 #include "moxa1.h"
-#include "vector/element.h"
 
 namespace mox {
 
@@ -73,23 +72,6 @@ void firBlock(const kernel::FirShape& shape, const Tap* taps, const FirInput<Sam
   const auto run = kComplex<Sample> ? (kComplex<Tap> ? blocks.complex : blocks.complexSamples)
                                     : (kComplex<Tap> ? blocks.complexTaps : blocks.real);
   run(shape, reals(taps), {reals(input.block), reals(input.newest), input.step}, reals(out), periods);
-}
-
-// A delay line dlyl[0 ... len-1], newest first, after one more sample and after n of them.
-template <class Sample>
-void shiftIn(Sample sample, Sample* dlyl, size_t len) {
-  std::memmove(dlyl + 1, dlyl, (len - 1) * sizeof(Sample));
-  dlyl[0] = sample;
-}
-template <class Sample>
-void shiftIn(const Sample* block, size_t n, Sample* dlyl, size_t len) {
-  if (n < len) {
-    std::memmove(dlyl + n, dlyl, (len - n) * sizeof(Sample));
-  } else {
-    block += n - len;
-    n = len;
-  }
-  for (size_t k = 0; k < n; ++k) dlyl[k] = block[n - 1 - k];
 }
 
 }  // namespace mox
