@@ -13,8 +13,7 @@ namespace mox {
 
 template <class... Texts>
 [[nodiscard]] bool refused(const Site& site, Check<Texts>... checks) {
-  if (status() != MOX_StsOk) [[unlikely]]
-    context().status = MOX_StsOk;
+  clearStatus();
   return rejected(site, checks...);
 }
 

@@ -54,7 +54,7 @@ constexpr Check<Text> check(bool failed, Text) {
 
 template <class... Texts>
 [[nodiscard]] inline bool rejected(Site site, Check<Texts>... checks) {
-  const bool anyFailed = (... || checks.failed);
+  const bool anyFailed = (... || __builtin_expect(checks.failed, false));
   if (!anyFailed && status() >= 0) [[likely]]
     return false;
   if (anyFailed) {

@@ -39,11 +39,12 @@ static_assert(offsetof(Context, bitRev) == 4 * 296 && offsetof(Context, message)
 #endif
 
 // The calling thread's record; never null. On Windows a thread without one (it ran before the module was loaded) ends
-// the process. Elsewhere a thread has the record that all start as until it asks for its own; status() does not ask,
-// and so holds no call.
+// the process. Elsewhere a thread has the record that all start as until it asks for its own; status() and
+// clearStatus() do not ask, and so hold no call.
 #if defined(_WIN32)
 Context& context();
 inline int32_t status() { return context().status; }
+inline void clearStatus() { context().status = MOX_StsOk; }
 #else
 extern const Context initialContext;
 extern constinit thread_local const Context* currentContext;
@@ -55,6 +56,11 @@ inline Context& context() {
   return makeContext();
 }
 inline int32_t status() { return currentContext->status; }
+// The record that all start as holds no other status.
+inline void clearStatus() {
+  if (currentContext->status != MOX_StsOk) [[unlikely]]
+    const_cast<Context*>(currentContext)->status = MOX_StsOk;
+}
 #endif
 
 }  // namespace mox

@@ -74,9 +74,9 @@ inline bool isZero(MoxZ x) { return isZero(x.re) && isZero(x.im); }
 // Whether two arrays of n elements share memory without being the same. Kernels serve equal and disjoint arrays.
 template <class T>
 bool partlyOverlap(const T* src, const T* dst, int32_t n) {
-  const uintptr_t a = reinterpret_cast<uintptr_t>(src), b = reinterpret_cast<uintptr_t>(dst);
   const uint64_t bytes = static_cast<uint64_t>(n) * sizeof(T);
-  return a != b && (a < b ? b - a < bytes : a - b < bytes);
+  const uint64_t distance = uint64_t{reinterpret_cast<uintptr_t>(dst)} - reinterpret_cast<uintptr_t>(src);
+  return distance + bytes - 1 < 2 * bytes - 1 && distance != 0;  // -bytes < distance < bytes
 }
 
 }  // namespace mox

@@ -53,13 +53,15 @@ const kernel::Arith<R>& arith() {
 // down
 
 // dst[i] = a[i] op b[i]
+template <class T>
+[[gnu::noinline, gnu::cold]] void zipDown(const T* a, const T* b, T* dst, int32_t n, T (*op)(T, T)) {
+  for (int32_t i = n; i-- > 0;) dst[i] = op(a[i], b[i]);
+}
 template <class T, class R = RealOf<T>>
 void zip(const T* a, const T* b, T* dst, int32_t n, void (*kernel)(const R*, const R*, R*, size_t), size_t count,
          T (*op)(T, T)) {
-  if (partlyOverlap(a, dst, n) || partlyOverlap(b, dst, n)) [[unlikely]] {
-    for (int32_t i = n; i-- > 0;) dst[i] = op(a[i], b[i]);
-    return;
-  }
+  if (partlyOverlap(a, dst, n) || partlyOverlap(b, dst, n)) [[unlikely]]
+    return zipDown(a, b, dst, n, op);
   kernel(reals(a), reals(b), reals(dst), count);
 }
 template <class T>
