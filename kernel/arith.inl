@@ -2,10 +2,34 @@
 // by a first and a last vector that overlap the others. Both are computed before anything is stored, so that the loops
 // work in place, and stored after the loop, which has meanwhile written the same values to the overlap.
 
-// dst[i] = map at i, for n >= N values. A map with period 2 is asked for vectors at even positions only.
+// dst[i] = map at i, for K N <= n <= 2 K N values: K vectors from the first on, K up to the last.
+template <int K, class T, int N, class Map>
+MOX_INLINE void mapEnds(T* dst, size_t n, const Map& map) {
+  using V = Vec<T, N>;
+  T* const end = dst + n;
+  V low[K], high[K];
+#pragma GCC unroll 4
+  for (int k = 0; k < K; ++k) {
+    low[k] = map.template at<V>(static_cast<size_t>(k) * N);
+    high[k] = map.template at<V>(n - static_cast<size_t>(K - k) * N);
+  }
+#pragma GCC unroll 4
+  for (int k = 0; k < K; ++k) {
+    store(dst + k * N, low[k]);
+    store(end - (K - k) * N, high[k]);
+  }
+}
+
+// The same for any n >= N. A map with period 2 is asked for vectors at even positions only.
 template <class T, int N, class Map>
 MOX_INLINE void mapWith(T* dst, size_t n, const Map& map) {
   using V = Vec<T, N>;
+  // A few vectors need no loop (64 float32: 4 or 8).
+  if (n <= 2 * N) return mapEnds<1, T, N>(dst, n, map);
+  if (n <= 4 * N) return mapEnds<2, T, N>(dst, n, map);
+  if constexpr (kVecBytes > 16) {
+    if (n <= 8 * N) return mapEnds<4, T, N>(dst, n, map);
+  }
   const V first = map.template at<V>(0), last = map.template at<V>(n - N);
   // Aligned stores: a 64-byte vector at any other address costs two cache lines.
   size_t i = (sizeof(V) - reinterpret_cast<uintptr_t>(dst) % sizeof(V)) % sizeof(V) / sizeof(T);
@@ -28,10 +52,10 @@ MOX_INLINE void mapAll(T* dst, size_t n, const Map& map) {
   constexpr int L = kLanes<T>, S = 16 / sizeof(T);
   if (n >= L) return mapWith<T, L>(dst, n, map);
   if constexpr (L > 2 * S) {
-    if (n >= 2 * S) return mapWith<T, 2 * S>(dst, n, map);
+    if (n >= 2 * S) return mapEnds<1, T, 2 * S>(dst, n, map);
   }
   if constexpr (L > S) {
-    if (n >= S) return mapWith<T, S>(dst, n, map);
+    if (n >= S) return mapEnds<1, T, S>(dst, n, map);
   }
   for (size_t i = 0; i < n; ++i) storeOne(dst + i, map.one(i));
 }

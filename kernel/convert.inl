@@ -417,9 +417,6 @@ struct ScaledShorts {
 
 template <class I, class T>
 MOX_NOINLINE void scaledReals(const I* src, T* dst, size_t n, T scale) {
-  if constexpr (std::is_same_v<I, int16_t> && std::is_same_v<T, float>) {
-    return mapAll<float>(dst, n, ScaledShorts{src, scale});
-  }
   using Wide = std::conditional_t<std::is_same_v<I, uint32_t>, uint32_t, int32_t>;
   MOX_SAME_OR_APART
   for (size_t i = 0; i < n; ++i) storeOne(dst + i, realOf(static_cast<Wide>(loadOne(src + i)), T{}) * scale);
@@ -428,6 +425,9 @@ MOX_NOINLINE void scaledReals(const I* src, T* dst, size_t n, T scale) {
 template <class I, class T>
 void fromIntegers(const void* from, T* dst, size_t n, T scale) {
   const I* const src = static_cast<const I*>(from);
+  if constexpr (std::is_same_v<I, int16_t> && std::is_same_v<T, float>) {
+    return mapAll<float>(dst, n, ScaledShorts{src, scale});
+  }
   // float32 rounds; in float64, 2^31 - 2^31 is -0 when rounding down.
   constexpr bool rounds = sizeof(I) == 4;
   const unsigned state = rounds ? enterRounding(Rounding::nearest) : 0;
