@@ -182,6 +182,16 @@ struct PairOperand {
   MOX_INLINE int16_t one(size_t i) const { return pair.values[i & 1]; }
 };
 
+// What put() makes the same of as of reduction.of(v): it limits.
+template <class Reduction, class V>
+MOX_INLINE V beforePut(const Reduction& reduction, V v) {
+  return reduction.of(v);
+}
+template <class V>
+MOX_INLINE V beforePut(const ShiftedDownSaturated& reduction, V v) {
+  return v >> reduction.factor;
+}
+
 template <class Op, class Operand, class Reduction>
 struct ReducedMap {
   static constexpr int kPeriod = 2;
@@ -191,7 +201,7 @@ struct ReducedMap {
   template <class V>
   MOX_INLINE V at(size_t i) const {
     const auto r = Op::exact(load<V>(a + i), b.template at<V>(i));
-    return Op::put(Results<decltype(r.v0 + r.v0)>{reduction.of(r.v0), reduction.of(r.v1)});
+    return Op::put(Results<decltype(r.v0 + r.v0)>{beforePut(reduction, r.v0), beforePut(reduction, r.v1)});
   }
   MOX_INLINE int16_t one(size_t i) const { return static_cast<int16_t>(reduction.of(Op::exactOne(a[i], b.one(i)))); }
 };
@@ -287,6 +297,12 @@ struct Range {
   }
 };
 
+// A result leaves 16 bits where bits are set.
+template <class Op, class V>
+MOX_INLINE V leaving(V a, V b) {
+  return Op::saturated(a, b) ^ Op::wrapped(a, b);
+}
+
 // 1 if a result leaves 16 bits, which it then does by one bit, else 0. The first stretch with such a result ends the
 // search.
 template <class Op, class Operand>
@@ -301,14 +317,13 @@ MOX_INLINE int32_t halvingFactorWith(const int16_t* a, const Operand& b, size_t 
     }
     return any != 0;
   }
-  const auto leaving = [&](size_t i) __attribute__((always_inline)) {
-    const V x = load<V>(a + i), y = b.template at<V>(i);
-    return Op::saturated(x, y) ^ Op::wrapped(x, y);
+  const auto at = [&](size_t i) __attribute__((always_inline)) {
+    return leaving<Op>(load<V>(a + i), b.template at<V>(i));
   };
-  V leaves = leaving(n - N);
+  V leaves = at(n - N);
   for (size_t i = 0; i + N < n;) {
     const size_t end = n - N - i > kStretch ? i + kStretch : n - N;
-    for (; i < end; i += N) leaves |= leaving(i);
+    for (; i < end; i += N) leaves |= at(i);
     if (anyBit(reinterpret_cast<Words>(leaves))) return 1;
   }
   return anyBit(reinterpret_cast<Words>(leaves));
@@ -336,9 +351,56 @@ template <class Op>
 int32_t autoFactor(const int16_t* a, const int16_t* b, size_t n) {
   return autoFactorWith<Op>(a, ArrayOperand{b}, n);
 }
+
+// Both at once: of short arrays, the second call took as long as the work.
+
+// For K N <= n <= 2 K N values, in vectors as mapEnds() takes them, which stay in registers.
+template <class Op, int K, class Operand>
+MOX_INLINE int32_t automaticEnds(const int16_t* a, const Operand& b, int16_t* dst, size_t n) {
+  constexpr size_t N = kLanes<int16_t>;
+  using V = Vec<int16_t, N>;
+  V x[2 * K], y[2 * K], leaves{};
+  const auto place = [=](size_t k) { return k < K ? k * N : n - (2 * K - k) * N; };
+#pragma GCC unroll 4
+  for (size_t k = 0; k < 2 * K; ++k) {
+    x[k] = load<V>(a + place(k));
+    y[k] = b.template at<V>(place(k));
+    leaves |= leaving<Op>(x[k], y[k]);
+  }
+  if (anyBit(reinterpret_cast<Words>(leaves))) {
+#pragma GCC unroll 4
+    for (size_t k = 0; k < 2 * K; ++k) store(dst + place(k), Op::halved(x[k], y[k]));
+    return 1;
+  }
+#pragma GCC unroll 4
+  for (size_t k = 0; k < 2 * K; ++k) store(dst + place(k), Op::wrapped(x[k], y[k]));
+  return 0;
+}
+
+template <class Op, class Operand>
+MOX_INLINE int32_t automaticWith(const int16_t* a, const Operand& b, int16_t* dst, size_t n) {
+  if constexpr (Op::kHalves) {
+    constexpr size_t N = kLanes<int16_t>;
+    if (n >= N && n <= 2 * N) return automaticEnds<Op, 1>(a, b, dst, n);
+    if (n >= N && n <= 4 * N) return automaticEnds<Op, 2>(a, b, dst, n);
+  }
+  const int32_t factor = autoFactorWith<Op>(a, b, n);
+  if (factor == 0) {
+    mapAll<int16_t>(dst, n, DirectMap<Op, Operand, false>{a, b});
+  } else if constexpr (Op::kHalves) {
+    mapAll<int16_t>(dst, n, HalvedMap<Op, Operand>{a, b});
+  } else {
+    mapAll<int16_t>(dst, n, ReducedMap<Op, Operand, ShiftedDownSaturated>{a, b, {factor}});  // all fit
+  }
+  return factor;
+}
 template <class Op>
-int32_t autoFactorPair(int16_t even, int16_t odd, const int16_t* a, size_t n) {
-  return autoFactorWith<Op>(a, PairOperand{{even, odd}}, n);
+int32_t automatic(const int16_t* a, const int16_t* b, int16_t* dst, size_t n) {
+  return automaticWith<Op>(a, ArrayOperand{b}, dst, n);
+}
+template <class Op>
+int32_t automaticPair(int16_t even, int16_t odd, int16_t* dst, size_t n) {
+  return automaticWith<Op>(dst, PairOperand{{even, odd}}, dst, n);
 }
 
 // ---- complex products
@@ -493,14 +555,20 @@ MOX_INLINE int32_t complexFactorWith(const int16_t* a, const Operand& b, size_t 
 int32_t autoFactorComplex(const int16_t* a, const int16_t* b, size_t n) {
   return complexFactorWith(a, ArrayOperand{b}, n);
 }
-int32_t autoFactorComplexPair(int16_t re, int16_t im, const int16_t* a, size_t n) {
-  return complexFactorWith(a, PairOperand{{re, im}}, n);
-}
 void shiftComplex(const int16_t* a, const int16_t* b, int16_t* dst, size_t n, int32_t factor) {
   complexAll(a, ArrayOperand{b}, dst, n, ShiftedDownBeyond{factor});
 }
-void shiftComplexPair(int16_t re, int16_t im, int16_t* dst, size_t n, int32_t factor) {
-  complexAll(dst, PairOperand{{re, im}}, dst, n, ShiftedDownBeyond{factor});
+template <class Operand>
+MOX_INLINE int32_t automaticComplexWith(const int16_t* a, const Operand& b, int16_t* dst, size_t n) {
+  const int32_t factor = complexFactorWith(a, b, n);
+  complexAll(a, b, dst, n, ShiftedDownBeyond{factor});
+  return factor;
+}
+int32_t automaticComplex(const int16_t* a, const int16_t* b, int16_t* dst, size_t n) {
+  return automaticComplexWith(a, ArrayOperand{b}, dst, n);
+}
+int32_t automaticComplexPair(int16_t re, int16_t im, int16_t* dst, size_t n) {
+  return automaticComplexWith(dst, PairOperand{{re, im}}, dst, n);
 }
 
 // ---- moves and conjugates
@@ -537,7 +605,8 @@ constexpr Int16Op int16Op() {
       .combine = combine<Op>,
       .combinePair = combinePair<Op>,
       .autoFactor = autoFactor<Op>,
-      .autoFactorPair = autoFactorPair<Op>,
+      .automatic = automatic<Op>,
+      .automaticPair = automaticPair<Op>,
   };
 }
 
@@ -549,9 +618,9 @@ constexpr Int16 int16Kernels() {
       .mpyComplex = {.combine = combineComplex,
                      .combinePair = combineComplexPair,
                      .autoFactor = autoFactorComplex,
-                     .autoFactorPair = autoFactorComplexPair},
+                     .automatic = automaticComplex,
+                     .automaticPair = automaticComplexPair},
       .shiftComplex = shiftComplex,
-      .shiftComplexPair = shiftComplexPair,
       .fillPair = fillPair16,
       .copy = copy16,
       .conj = conj16,

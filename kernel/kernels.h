@@ -131,15 +131,16 @@ struct Int16Op {
   void (*combinePair)(int16_t even, int16_t odd, int16_t* dst, size_t n, bool saturate, int32_t factor);
   // The least factor >= 0 with which every result fits.
   int32_t (*autoFactor)(const int16_t* a, const int16_t* b, size_t n);
-  int32_t (*autoFactorPair)(int16_t even, int16_t odd, const int16_t* a, size_t n);
+  // The combination with that factor, and the factor.
+  int32_t (*automatic)(const int16_t* a, const int16_t* b, int16_t* dst, size_t n);
+  int32_t (*automaticPair)(int16_t even, int16_t odd, int16_t* dst, size_t n);
 };
 struct Int16 {
   Int16Op add, sub, mpy;
-  // Where a.im b.re = 2^30 the imaginary part is that term alone; in autoFactor and shiftComplex (the wrapping
-  // combination with its factor) it counts as 2^31.
+  // Where a.im b.re = 2^30 the imaginary part is that term alone; with the automatic factor (autoFactor,
+  // automatic, and shiftComplex, the combination with a factor of autoFactor) it counts as 2^31.
   Int16Op mpyComplex;
   void (*shiftComplex)(const int16_t* a, const int16_t* b, int16_t* dst, size_t n, int32_t factor);
-  void (*shiftComplexPair)(int16_t re, int16_t im, int16_t* dst, size_t n, int32_t factor);
   void (*fillPair)(int16_t even, int16_t odd, int16_t* dst, size_t n);
   void (*copy)(const int16_t* src, int16_t* dst, size_t n);
   void (*conj)(const int16_t* src, int16_t* dst, size_t n);      // n complex values

@@ -69,26 +69,30 @@ template <Family F, class T>
   return factor;
 }
 
+// Partly overlapping arrays, element by element.
 template <Family F, class T>
-void zip(const T* a, const T* b, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
-  const Int16Op& op = operation<F, T>();
-  const bool apart = !partlyOverlap(a, dst, n) && !partlyOverlap(b, dst, n);
+[[gnu::cold, gnu::noinline]] void combineDown(const T* a, const T* b, T* dst, int32_t n, int32_t mode,
+                                              int32_t* scalefactor) {
   if (mode == MOX_AutoScale) {
-    if (apart) {
-      const int32_t factor = op.autoFactor(reals(a), reals(b), realCount<T>(n));
-      shiftDown<F, T>(reals(a), reals(b), reals(dst), realCount<T>(n), factor);
-      *scalefactor = factor;
-    } else {
-      *scalefactor = combineDownAutomatic<F>(a, b, dst, n);
-    }
+    *scalefactor = combineDownAutomatic<F>(a, b, dst, n);
     return;
   }
+  const Int16Op& op = operation<F, T>();
   const bool saturate = saturates(mode);
   const int32_t factor = fixedFactor(mode, scalefactor);
-  if (apart) {
-    op.combine(reals(a), reals(b), reals(dst), realCount<T>(n), saturate, factor);
+  for (int32_t i = n; i-- > 0;) op.combine(reals(a + i), reals(b + i), reals(dst + i), kParts<T>, saturate, factor);
+}
+
+template <Family F, class T>
+void zip(const T* a, const T* b, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
+  if (partlyOverlap(a, dst, n) || partlyOverlap(b, dst, n)) [[unlikely]]
+    return combineDown<F>(a, b, dst, n, mode, scalefactor);
+  const Int16Op& op = operation<F, T>();
+  const size_t count = realCount<T>(n);
+  if (mode == MOX_AutoScale) {
+    *scalefactor = op.automatic(reals(a), reals(b), reals(dst), count);
   } else {
-    for (int32_t i = n; i-- > 0;) op.combine(reals(a + i), reals(b + i), reals(dst + i), kParts<T>, saturate, factor);
+    op.combine(reals(a), reals(b), reals(dst), count, saturates(mode), fixedFactor(mode, scalefactor));
   }
 }
 
@@ -97,16 +101,10 @@ void withScalar(T val, T* dst, int32_t n, int32_t mode, int32_t* scalefactor) {
   const Int16Op& op = operation<F, T>();
   const size_t count = realCount<T>(n);
   if (mode == MOX_AutoScale) {
-    const int32_t factor = op.autoFactorPair(even(val), odd(val), reals(dst), count);
-    if constexpr (F == Family::mpy && kComplex<T>) {
-      kernels().shiftComplexPair(even(val), odd(val), reals(dst), count, factor);
-    } else {
-      op.combinePair(even(val), odd(val), reals(dst), count, false, factor);
-    }
-    *scalefactor = factor;
-    return;
+    *scalefactor = op.automaticPair(even(val), odd(val), reals(dst), count);
+  } else {
+    op.combinePair(even(val), odd(val), reals(dst), count, saturates(mode), fixedFactor(mode, scalefactor));
   }
-  op.combinePair(even(val), odd(val), reals(dst), count, saturates(mode), fixedFactor(mode, scalefactor));
 }
 
 // ---- checks: the factor pointer is looked at only after all others passed

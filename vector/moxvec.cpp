@@ -65,13 +65,7 @@ void squares16(const T* src, T* dst, int32_t len, int32_t mode, int32_t* scaleFa
   const size_t count = realCount<T>(len);
   const auto& op = kComplex<T> ? k.mpyComplex : k.mpy;
   if (mode & kAuto) {
-    const int32_t factor = op.autoFactor(from, from, count);
-    if (kComplex<T>) {
-      k.shiftComplex(from, from, to, count, factor);
-    } else {
-      op.combine(from, from, to, count, false, factor);
-    }
-    *scaleFactor = factor;
+    *scaleFactor = op.automatic(from, from, to, count);
     return;
   }
   const int32_t factor = (mode & kFixed) && scaleFactor ? *scaleFactor : 0;
