@@ -96,6 +96,7 @@ MOX_INLINE Int32s integers(V v) {
 // The thread's rounding mode for a while. Arithmetic that relies on it belongs in a function that is not inlined: the
 // compiler moves it past a change of state.
 constexpr unsigned kStateOf[] = {_MM_ROUND_NEAREST, _MM_ROUND_TOWARD_ZERO, _MM_ROUND_DOWN, _MM_ROUND_UP};
+MOX_INLINE bool roundsTo(Rounding r) { return (_mm_getcsr() & _MM_ROUND_MASK) == kStateOf[static_cast<int>(r)]; }
 MOX_INLINE unsigned enterRounding(Rounding r) {
   const unsigned state = _mm_getcsr(), mode = kStateOf[static_cast<int>(r)];
   if ((state & _MM_ROUND_MASK) != mode) [[unlikely]]
@@ -279,11 +280,13 @@ MOX_INLINE void storeInts(I* dst, Int32s v0, Int32s v1, Int32s v2, Int32s v3) {
 
 constexpr size_t kConvertChunk = 4 * kWords;
 
-// What stands at p, which is `taken` after limiting.
-template <class T, class I, Rounding R, class V>
-MOX_INLINE Int32s integersFrom(const T* p, V taken, const Limits<T>& limits) {
-  constexpr bool isUpperToo = sizeof(I) == 4 && !kSignedInteger<I>;
-  const Int32s r = integers<R, isUpperToo>(times(taken, limits.scale));
+template <class I>
+constexpr bool kUpperToo = sizeof(I) == 4 && !kSignedInteger<I>;  // above int32
+
+// Of what stands at p, limited.
+template <class T, class I, Rounding R>
+MOX_INLINE Int32s integersFrom(const T* p, const Limits<T>& limits) {
+  const Int32s r = integers<R, kUpperToo<I>>(times(limited(p, limits), limits.scale));
   // float32 has no value that rounds to the highest I of 32 bits.
   if constexpr (sizeof(T) == 4 && sizeof(I) == 4) {
     const Int32s highest = Int32s{} + static_cast<int32_t>(static_cast<uint32_t>(kHighest<I>));
@@ -293,33 +296,102 @@ MOX_INLINE Int32s integersFrom(const T* p, V taken, const Limits<T>& limits) {
   }
 }
 
+// Whether the four vectors at p are in range: first, where that costs less, by the largest pattern of bits without the
+// sign, since no range reaches farther upwards than downwards (with the sign, where there is no downwards).
+template <class T, class I>
+MOX_INLINE bool isWithin(const T* p, const Limits<T>& limits) {
+  const T *const p1 = p + kWords, *const p2 = p1 + kWords, *const p3 = p2 + kWords;
+#if MOX_VEC_BYTES >= 32
+  if constexpr (sizeof(T) == 4) {
+    const auto size = [](const T* q) __attribute__((always_inline)) {
+      return bitsOf(wordsOfReals(q)) & (kSignedInteger<I> ? 0x7fffffff : 0xffffffff);
+    };
+    const Words largest = greater(greater(size(p), size(p1)), greater(size(p2), size(p3)));
+    if (!anyAbove<T>(largest, __builtin_bit_cast(uint32_t, limits.high))) [[likely]]
+      return true;
+  }
+#endif
+  const auto d0 = differences(wordsOfReals(p), limited(p, limits));
+  const auto d1 = differences(wordsOfReals(p1), limited(p1, limits));
+  const auto d2 = differences(wordsOfReals(p2), limited(p2, limits));
+  const auto d3 = differences(wordsOfReals(p3), limited(p3, limits));
+  return !any(merged(merged(d0, d1), merged(d2, d3)));
+}
+
 // One chunk. With kTest nothing is stored and the result is false when an element is out of range.
 template <class T, class I, Rounding R, bool kTest>
 MOX_INLINE bool convertChunk(const T* src, I* dst, const Limits<T>& limits) {
-  const T *const p1 = src + kWords, *const p2 = p1 + kWords, *const p3 = p2 + kWords;
-  const auto v0 = limited(src, limits), v1 = limited(p1, limits), v2 = limited(p2, limits), v3 = limited(p3, limits);
   if constexpr (kTest) {
-    const Differences d01 = merged(differences(wordsOfReals(src), v0), differences(wordsOfReals(p1), v1));
-    const Differences d23 = merged(differences(wordsOfReals(p2), v2), differences(wordsOfReals(p3), v3));
-    if (any(merged(d01, d23))) [[unlikely]]
+    if (!isWithin<T, I>(src, limits)) [[unlikely]]
       return false;
   }
-  const Int32s i0 = integersFrom<T, I, R>(src, v0, limits), i1 = integersFrom<T, I, R>(p1, v1, limits);
-  const Int32s i2 = integersFrom<T, I, R>(p2, v2, limits), i3 = integersFrom<T, I, R>(p3, v3, limits);
+  const auto at = [&](const T* p) __attribute__((always_inline)) {
+    if constexpr (kTest) {
+      return integers<R, kUpperToo<I>>(times(wordsOfReals(p), limits.scale));
+    } else {
+      return integersFrom<T, I, R>(p, limits);
+    }
+  };
+  const T *const p1 = src + kWords, *const p2 = p1 + kWords, *const p3 = p2 + kWords;
+  const Int32s i0 = at(src), i1 = at(p1), i2 = at(p2), i3 = at(p3);
   storeInts(dst, i0, i1, i2, i3);
   return true;
 }
 
-// A chunk that is short or has elements out of range. (One for all roundings: they come as `convert` and the limits.)
+// The first `bytes` of a chunk, a multiple of 4, into an aligned one, zeros behind: by vectors, so that whoever loads
+// vectors from there need not wait for narrower stores.
+MOX_INLINE void copyIn(char* to, size_t size, const char* from, size_t bytes) {
+  for (size_t i = 0; i < size; i += kVecBytes) {
+    Vec<int32_t, kWords> words = {};
+    if (i + kVecBytes <= bytes) {
+      __builtin_memcpy(&words, from + i, sizeof words);
+    } else if (i < bytes) {
+#if MOX_VEC_BYTES == 64
+      const __mmask16 some = static_cast<__mmask16>((1u << (bytes - i) / 4) - 1);
+      words = reinterpret_cast<Int32s>(_mm512_maskz_loadu_epi32(some, from + i));
+#elif MOX_VEC_BYTES == 32
+      const Vec<int32_t, 8> places = {0, 4, 8, 12, 16, 20, 24, 28};
+      const auto some = places < broadcast<Vec<int32_t, 8>>(static_cast<int32_t>(bytes - i));
+      words = reinterpret_cast<Int32s>(
+          _mm256_maskload_epi32(reinterpret_cast<const int*>(from + i), reinterpret_cast<__m256i>(some)));
+#else
+      for (size_t k = 0; k < (bytes - i) / 4; ++k) words[k] = loadOne(reinterpret_cast<const int32_t*>(from + i) + k);
+#endif
+    }
+    __builtin_memcpy(to + i, &words, sizeof words);
+  }
+}
+MOX_INLINE void copyOut(char* to, const char* from, size_t bytes) {
+  size_t i = 0;
+#pragma GCC unroll 1
+  for (; i + kVecBytes <= bytes; i += kVecBytes) __builtin_memcpy(to + i, from + i, kVecBytes);
+#if MOX_VEC_BYTES == 64
+  _mm512_mask_storeu_epi8(to + i, (__mmask64{1} << (bytes - i)) - 1, _mm512_load_si512(from + i));
+#else
+#  if MOX_VEC_BYTES == 32
+  if (bytes & 16) __builtin_memcpy(to + i, from + i, 16), i += 16;
+#  endif
+  if (bytes & 8) __builtin_memcpy(to + i, from + i, 8), i += 8;
+  if (bytes & 4) __builtin_memcpy(to + i, from + i, 4), i += 4;
+  if (bytes & 2) __builtin_memcpy(to + i, from + i, 2), i += 2;
+  if (bytes & 1) to[i] = from[i];
+#endif
+}
+
+// Whole chunks up to the first that is refused, and `further` from there; the rest.
 template <class T, class I>
-MOX_NOINLINE size_t convertSome(typename Conversion<T>::ToIntegers convert, Limits<T> limits, const T* src, I* dst,
-                                size_t n, OutOfRange action) {
-  T some[kConvertChunk] = {};
-  I results[kConvertChunk];
-  __builtin_memcpy(some, src, n * sizeof(T));
-  convert(some, results, kConvertChunk, limits.scale, OutOfRange::saturate);
-  if (action == OutOfRange::saturate) {
-    __builtin_memcpy(dst, results, n * sizeof(I));
+using Convert = size_t (*)(const T* src, I* dst, size_t n, T low, T high, T scale, OutOfRange action, bool further);
+
+// A chunk that is short or has elements out of range. (One for all roundings: `limit` converts what is limited.)
+template <class T, class I>
+MOX_NOINLINE size_t convertSome(Convert<T, I> limit, Limits<T> limits, const T* src, I* dst, size_t n,
+                                OutOfRange action) {
+  alignas(kVecBytes) T some[kConvertChunk];
+  alignas(kVecBytes) I results[kConvertChunk];
+  copyIn(reinterpret_cast<char*>(some), sizeof some, reinterpret_cast<const char*>(src), n * sizeof(T));
+  limit(some, results, kConvertChunk, limits.low, limits.high, limits.scale, OutOfRange::saturate, false);
+  if (action == OutOfRange::saturate || isWithin<T, I>(some, limits)) {
+    copyOut(reinterpret_cast<char*>(dst), reinterpret_cast<const char*>(results), n * sizeof(I));
     return n;
   }
   for (size_t i = 0; i < n; ++i) {
@@ -332,51 +404,65 @@ MOX_NOINLINE size_t convertSome(typename Conversion<T>::ToIntegers convert, Limi
   return n;
 }
 
-// Whole chunks, up to the first that convertChunk() refuses.
+template <class T, class I, Rounding R>
+size_t convertRest(const T* src, I* dst, size_t n, size_t i, Limits<T> limits, OutOfRange action);
+
 template <class T, class I, Rounding R, bool kTest>
-MOX_NOINLINE size_t convertChunks(const T* src, I* dst, size_t n, T low, T high, T scale) {
+MOX_NOINLINE MOX_NOCLONE size_t convertAll(const T* src, I* dst, size_t n, T low, T high, T scale, OutOfRange action,
+                                           bool further) {
   const Limits<T> limits = {low, high, scale};
   size_t i = 0;
   while (i + kConvertChunk <= n && convertChunk<T, I, R, kTest>(src + i, dst + i, limits)) i += kConvertChunk;
+  if (i == n) return n;
+  if (n - i < kConvertChunk) {
+    return i + convertSome<T, I>(convertAll<T, I, R, false>, limits, src + i, dst + i, n - i, action);
+  }
+  if constexpr (kTest) {
+    if (further) return convertRest<T, I, R>(src, dst, n, i, limits, action);
+  }
   return i;
 }
 
-template <class T, class I, Rounding R>
-MOX_INLINE size_t convertWhole(const T* src, I* dst, size_t n, const Limits<T>& limits, OutOfRange action) {
-  return action == OutOfRange::saturate
-             ? convertChunks<T, I, R, false>(src, dst, n, limits.low, limits.high, limits.scale)
-             : convertChunks<T, I, R, true>(src, dst, n, limits.low, limits.high, limits.scale);
-}
-
-template <class T, class I, Rounding R>
-size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action);
-
-// From element i on, before which whole chunks ended.
+// From element i on, where convertAll() met one that is out of range.
 template <class T, class I, Rounding R>
 MOX_NOINLINE size_t convertRest(const T* src, I* dst, size_t n, size_t i, Limits<T> limits, OutOfRange action) {
   while (i < n) {
     const size_t some = n - i < kConvertChunk ? n - i : kConvertChunk;
-    const size_t done = convertSome<T, I>(toIntegers<T, I, R>, limits, src + i, dst + i, some, action);
+    const size_t done = convertSome<T, I>(convertAll<T, I, R, false>, limits, src + i, dst + i, some, action);
     i += done;
     if (done < some) break;
-    i += convertWhole<T, I, R>(src + i, dst + i, n - i, limits, action);
+    i += convertAll<T, I, R, true>(src + i, dst + i, n - i, limits.low, limits.high, limits.scale, action, false);
   }
   return i;
 }
 
 template <class T, class I, Rounding R>
+size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action);
+
+// Where the thread rounds otherwise.
+template <class T, class I, Rounding R>
+MOX_NOINLINE size_t toIntegersByState(const T* src, void* to, size_t n, T scale, OutOfRange action) {
+  const unsigned state = enterRounding(R);
+  const size_t done = toIntegers<T, I, R>(src, to, n, scale, action);
+  leaveRounding(R, state);
+  return done;
+}
+
+template <class T, class I, Rounding R>
 size_t toIntegers(const T* src, void* to, size_t n, T scale, OutOfRange action) {
+  if constexpr (kVecBytes < 64 && R != Rounding::zero) {
+    if (!roundsTo(R)) [[unlikely]]
+      return toIntegersByState<T, I, R>(src, to, n, scale, action);
+  }
   using Whole = IntegerRange<T, I, R>;
-  constexpr bool byState = kVecBytes < 64 && R != Rounding::zero;
   constexpr BitsOf<T> oneTwice = 2 * __builtin_bit_cast(BitsOf<T>, T{1});
   const T inverse = __builtin_bit_cast(T, oneTwice - __builtin_bit_cast(BitsOf<T>, scale));
-  const Limits<T> limits = {Whole::low * inverse, Whole::high * inverse, scale};
+  const T low = Whole::low * inverse, high = Whole::high * inverse;
   I* const dst = static_cast<I*>(to);
-  const unsigned state = byState ? enterRounding(R) : 0;
-  size_t i = convertWhole<T, I, R>(src, dst, n, limits, action);
-  if (i < n) i = convertRest<T, I, R>(src, dst, n, i, limits, action);
-  if (byState) leaveRounding(R, state);
-  return i;
+  if (action == OutOfRange::saturate) {
+    return convertAll<T, I, R, false>(src, dst, n, low, high, scale, action, false);
+  }
+  return convertAll<T, I, R, true>(src, dst, n, low, high, scale, action, true);
 }
 
 // ---- integers to floating point

@@ -152,6 +152,18 @@ MOX_INLINE bool anyElement(Words mask) {
   return anyBit(mask);
 }
 
+// Whether any word is above a bound, of an element of type T the upper one.
+template <class T>
+MOX_INLINE bool anyAbove(Words v, uint32_t bound) {
+#if MOX_VEC_BYTES == 64
+  constexpr __mmask16 upper = sizeof(T) == 8 ? 0xaaaa : 0xffff;
+  return _mm512_mask_cmpgt_epu32_mask(upper, reinterpret_cast<__m512i>(v),
+                                      reinterpret_cast<__m512i>(broadcast<Words>(bound))) != 0;
+#else
+  return anyElement<T>(reinterpret_cast<Words>(v > broadcast<Words>(bound)));
+#endif
+}
+
 // Values whose upper 32 bits u satisfy (u & mask) - low < width, as unsigned numbers.
 struct BitRange {
   uint32_t mask, low, width;
@@ -166,7 +178,5 @@ struct Inspector {
     const Words u = (reinterpret_cast<Words>(v) & broadcast<Words>(kRange.mask)) - broadcast<Words>(kRange.low);
     extreme = greater(extreme, u);
   }
-  MOX_INLINE bool allPlain() const {
-    return !anyElement<T>(reinterpret_cast<Words>(extreme >= broadcast<Words>(kRange.width)));
-  }
+  MOX_INLINE bool allPlain() const { return !anyAbove<T>(extreme, kRange.width - 1); }
 };
