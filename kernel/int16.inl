@@ -440,9 +440,28 @@ MOX_INLINE ComplexResults<V> complexExact(V a, V b) {
   return {re, beyond ? W{} + (1 << 30) : sumOfProducts(a, crossed), beyond};
 }
 
+// The low halves of re and im in turn.
 template <class W>
 MOX_INLINE auto complexPut(W re, W im) {
   return reinterpret_cast<Vec<int16_t, sizeof(W) / 2>>((re & 0xffff) | im << 16);
+}
+// The same, limited to 16 bits.
+MOX_INLINE Vec<int16_t, kLanes<int16_t>> complexPutSaturated(Int32s re, Int32s im) {
+  using V = Vec<int16_t, kLanes<int16_t>>;
+  const V parts = packed(re, im);  // of 16 bytes each, those of re below those of im
+#if MOX_VEC_BYTES == 16
+  const __m128i v = reinterpret_cast<__m128i>(parts);
+  return reinterpret_cast<V>(_mm_unpacklo_epi16(v, _mm_unpackhi_epi64(v, v)));
+#else
+  const __m128i places = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
+#  if MOX_VEC_BYTES == 32
+  return reinterpret_cast<V>(
+      _mm256_shuffle_epi8(reinterpret_cast<__m256i>(parts), _mm256_broadcastsi128_si256(places)));
+#  else
+  return reinterpret_cast<V>(
+      _mm512_shuffle_epi8(reinterpret_cast<__m512i>(parts), _mm512_maskz_broadcast_i32x4(0xffff, places)));
+#  endif
+#endif
 }
 
 // The automatic mode's: the part that left 32 bits counts as 2^31, which only factors from 17 bring back.
@@ -475,6 +494,13 @@ MOX_INLINE Vec<int16_t, kLanes<int16_t>> complexAt(const int16_t* a, const Opera
   const V beyond = timesHigh(x, crossed) == 0x4000;
   return reinterpret_cast<V>(re & 0xffff) | (reinterpret_cast<V>(im << 16) & ~beyond);
 }
+template <class Operand>
+MOX_INLINE Vec<int16_t, kLanes<int16_t>> complexAt(const int16_t* a, const Operand& b, size_t i,
+                                                   const ShiftedDownSaturated& reduction) {
+  using V = Vec<int16_t, kLanes<int16_t>>;
+  const ComplexResults<V> r = complexExact(load<V>(a + i), b.template at<V>(i));
+  return complexPutSaturated(r.re >> reduction.factor, r.im >> reduction.factor);
+}
 template <class Operand, class Reduction>
 MOX_INLINE Vec<int16_t, kLanes<int16_t>> complexAt(const int16_t* a, const Operand& b, size_t i,
                                                    const Reduction& reduction) {
@@ -495,15 +521,17 @@ struct PaddedOperand {
 MOX_INLINE PaddedOperand padded(const ArrayOperand& b, size_t from, size_t n) { return {b.b + from, n}; }
 MOX_INLINE PairOperand padded(const PairOperand& b, size_t, size_t) { return b; }
 
+// Less than a vector. (A function of its own: an aligned frame costs all that hold one.)
+template <class Operand, class Reduction>
+MOX_NOINLINE void complexFew(const int16_t* a, const Operand& b, int16_t* dst, size_t n, const Reduction& reduction) {
+  const PaddedOperand some(a, n);
+  const auto v = complexAt(some.values, padded(b, 0, n), 0, reduction);
+  __builtin_memcpy(dst, &v, n * sizeof(int16_t));
+}
 template <class Operand, class Reduction>
 MOX_INLINE void complexAll(const int16_t* a, const Operand& b, int16_t* dst, size_t n, const Reduction& reduction) {
   constexpr size_t L = kLanes<int16_t>;
-  if (n < L) {
-    const PaddedOperand some(a, n);
-    const auto v = complexAt(some.values, padded(b, 0, n), 0, reduction);
-    __builtin_memcpy(dst, &v, n * sizeof(int16_t));
-    return;
-  }
+  if (n < L) return complexFew(a, b, dst, n, reduction);
   const auto last = complexAt(a, b, n - L, reduction);
   for (size_t i = 0; i + L < n; i += L) store(dst + i, complexAt(a, b, i, reduction));
   store(dst + n - L, last);
