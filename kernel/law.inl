@@ -159,8 +159,7 @@ MOX_INLINE Codes codesAt(const uint8_t* p) {
   return reinterpret_cast<Codes>(_mm512_maskz_permutexvar_epi64(0xff, order, v));
 }
 MOX_INLINE __m512i lookedUp(const int8_t* table, Codes index) {
-  const __m512i entries = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table)));
-  return _mm512_shuffle_epi8(entries, reinterpret_cast<__m512i>(index));
+  return _mm512_shuffle_epi8(_mm512_load_si512(table), reinterpret_cast<__m512i>(index));
 }
 // a[2k] b[2k] + a[2k+1] b[2k+1] where even and odd places come from two vectors each; the lower, the upper half.
 MOX_INLINE Samples productsLow(__m512i a0, __m512i a1, __m512i b0, __m512i b1) {
@@ -174,7 +173,7 @@ MOX_INLINE Codes codesAt(const uint8_t* p) {
   return reinterpret_cast<Codes>(_mm256_permute4x64_epi64(reinterpret_cast<__m256i>(load<Codes>(p)), 0xd8));
 }
 MOX_INLINE __m256i lookedUp(const int8_t* table, Codes index) {
-  const __m256i entries = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table)));
+  const __m256i entries = _mm256_load_si256(reinterpret_cast<const __m256i*>(table));
   return _mm256_shuffle_epi8(entries, reinterpret_cast<__m256i>(index));
 }
 MOX_INLINE Samples productsLow(__m256i a0, __m256i a1, __m256i b0, __m256i b1) {
@@ -188,15 +187,16 @@ MOX_INLINE Samples productsHigh(__m256i a0, __m256i a1, __m256i b0, __m256i b1) 
 // What a code stands for is (x f + y g) 2^kShift, x and y unsigned bytes by its mantissa, f and g signed ones by its
 // sign and segment s. A-law: (2 m + 33) 2^(s - 1) - 0, of s = 0: (2 m + 33) - 32. mu-law: (2 m + 33) 2^s - 33, which is
 // (2 m + 33) (2^s - 1) + 2 m, as 2^7 is no signed byte.
+// Every 16 bytes look up in their own.
 template <class Law>
 struct Decoding {
-  alignas(16) int8_t x[16], y[16], f[16], g[16];
+  alignas(kVecBytes) int8_t x[kVecBytes], y[kVecBytes], f[kVecBytes], g[kVecBytes];
 };
 constexpr Decoding<ALaw> decoding(ALaw) {
   Decoding<ALaw> d{};
-  for (int k = 0; k < 16; ++k) {
+  for (int k = 0; k < kVecBytes; ++k) {
     const int segment = k & 7, sign = k & 8 ? 1 : -1;
-    d.x[k] = static_cast<int8_t>(2 * k + 33);
+    d.x[k] = static_cast<int8_t>(2 * (k & 15) + 33);
     d.y[k] = 32;
     d.f[k] = static_cast<int8_t>(sign * (segment > 1 ? 1 << (segment - 1) : 1));
     d.g[k] = static_cast<int8_t>(segment == 0 ? -sign : 0);
@@ -205,8 +205,8 @@ constexpr Decoding<ALaw> decoding(ALaw) {
 }
 constexpr Decoding<MuLaw> decoding(MuLaw) {
   Decoding<MuLaw> d{};
-  for (int k = 0; k < 16; ++k) {
-    const int mantissa = 15 - k, segment = 7 - (k & 7), sign = k & 8 ? 1 : -1;
+  for (int k = 0; k < kVecBytes; ++k) {
+    const int mantissa = 15 - (k & 15), segment = 7 - (k & 7), sign = k & 8 ? 1 : -1;
     d.x[k] = static_cast<int8_t>(2 * mantissa + 33);
     d.y[k] = static_cast<int8_t>(2 * mantissa);
     d.f[k] = static_cast<int8_t>(sign * ((1 << segment) - 1));
@@ -230,18 +230,20 @@ MOX_INLINE void decodeVector(const uint8_t* src, int16_t* dst) {
   store(dst, productsLow(x, y, f, g) << shift);
   store(dst + kLanes<int16_t>, productsHigh(x, y, f, g) << shift);
 }
+// Less than a vector. (A function of its own: an aligned frame costs all that hold one.)
+template <class Law>
+MOX_NOINLINE void decodeFew(const uint8_t* src, int16_t* dst, size_t n) {
+  uint8_t some[kVecBytes];
+  int16_t results[kVecBytes];
+  store(some, Codes{});
+  __builtin_memcpy(some, src, n);
+  decodeVector<Law>(some, results);
+  __builtin_memcpy(dst, results, n * sizeof(int16_t));
+}
 template <class Law>
 void decodeInt16s(const uint8_t* src, int16_t* dst, size_t n) {
   constexpr size_t L = kVecBytes;
-  if (n < L) {
-    uint8_t some[L];
-    int16_t results[L];
-    store(some, Codes{});
-    __builtin_memcpy(some, src, n);
-    decodeVector<Law>(some, results);
-    __builtin_memcpy(dst, results, n * sizeof(int16_t));
-    return;
-  }
+  if (n < L) return decodeFew<Law>(src, dst, n);
   for (size_t i = 0; i + L < n; i += L) decodeVector<Law>(src + i, dst + i);
   decodeVector<Law>(src + n - L, dst + n - L);
 }
