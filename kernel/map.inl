@@ -115,12 +115,17 @@ MOX_INLINE Pair<Vec<double, 4>> unzipped(Vec<double, 4> v, Vec<double, 4> w) {
   const __m256d low = _mm256_permute2f128_pd(v, w, 0x20), high = _mm256_permute2f128_pd(v, w, 0x31);
   return {_mm256_unpacklo_pd(low, high), _mm256_unpackhi_pd(low, high)};
 }
+// (Integer interleaves: those of floats have one port, these two.)
 MOX_INLINE Pair<Vec<float, 8>> zipped(Pair<Vec<float, 8>> p) {
-  const __m256 low = _mm256_unpacklo_ps(p.a, p.b), high = _mm256_unpackhi_ps(p.a, p.b);
+  const __m256i a = _mm256_castps_si256(p.a), b = _mm256_castps_si256(p.b);
+  const __m256 low = _mm256_castsi256_ps(_mm256_unpacklo_epi32(a, b));
+  const __m256 high = _mm256_castsi256_ps(_mm256_unpackhi_epi32(a, b));
   return {_mm256_permute2f128_ps(low, high, 0x20), _mm256_permute2f128_ps(low, high, 0x31)};
 }
 MOX_INLINE Pair<Vec<double, 4>> zipped(Pair<Vec<double, 4>> p) {
-  const __m256d low = _mm256_unpacklo_pd(p.a, p.b), high = _mm256_unpackhi_pd(p.a, p.b);
+  const __m256i a = _mm256_castpd_si256(p.a), b = _mm256_castpd_si256(p.b);
+  const __m256d low = _mm256_castsi256_pd(_mm256_unpacklo_epi64(a, b));
+  const __m256d high = _mm256_castsi256_pd(_mm256_unpackhi_epi64(a, b));
   return {_mm256_permute2f128_pd(low, high, 0x20), _mm256_permute2f128_pd(low, high, 0x31)};
 }
 #else
