@@ -8,21 +8,6 @@
 // pi/2 comes in parts of as many bits as let the products with n, and the remainder where it is small, be exact. All
 // parts are positive and the rests negated, so that sin(-0) keeps its sign.
 
-// a b - c, rounded like fma().
-#if MOX_HAS_FMA
-MOX_INLINE Vec<float, 8> fms(Vec<float, 8> a, Vec<float, 8> b, Vec<float, 8> c) { return _mm256_fmsub_ps(a, b, c); }
-MOX_INLINE Vec<double, 4> fms(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) { return _mm256_fmsub_pd(a, b, c); }
-#  if MOX_VEC_BYTES == 64
-MOX_INLINE Vec<float, 16> fms(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> c) { return _mm512_fmsub_ps(a, b, c); }
-MOX_INLINE Vec<double, 8> fms(Vec<double, 8> a, Vec<double, 8> b, Vec<double, 8> c) { return _mm512_fmsub_pd(a, b, c); }
-#  endif
-#else
-template <class V>
-MOX_INLINE V fms(V a, V b, V c) {
-  return a * b - c;
-}
-#endif
-
 // The low bits of `quadrant` are those of n.
 template <class V>
 struct Angle {

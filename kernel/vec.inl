@@ -93,6 +93,21 @@ MOX_INLINE V fma(V a, V b, V c) {
 }
 #endif
 
+// a*b - c, rounded like fma().
+#if MOX_HAS_FMA
+MOX_INLINE Vec<float, 8> fms(Vec<float, 8> a, Vec<float, 8> b, Vec<float, 8> c) { return _mm256_fmsub_ps(a, b, c); }
+MOX_INLINE Vec<double, 4> fms(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) { return _mm256_fmsub_pd(a, b, c); }
+#  if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<float, 16> fms(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> c) { return _mm512_fmsub_ps(a, b, c); }
+MOX_INLINE Vec<double, 8> fms(Vec<double, 8> a, Vec<double, 8> b, Vec<double, 8> c) { return _mm512_fmsub_pd(a, b, c); }
+#  endif
+#else
+template <class V>
+MOX_INLINE V fms(V a, V b, V c) {
+  return a * b - c;
+}
+#endif
+
 // c - a*b, rounded like fma().
 template <class V>
 MOX_INLINE V fnma(V a, V b, V c) {

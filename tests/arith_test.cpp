@@ -1,6 +1,10 @@
 #include <cfloat>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "tests/support/support.h"
 
@@ -212,6 +216,54 @@ TYPED_TEST(Arithmetic, OverlappingArraysGiveTheDescendingOrder) {
     check([](const T* s, T* d, int m) { Api<T>::add2(s, d, m); }, [](T a, T b) { return plus(b, a); }, "Add2");
     check([](const T* s, T* d, int m) { Api<T>::sub3(s, d, d, m); }, [](T a, T b) { return minus(a, b); }, "Sub3");
     check([](const T* s, T* d, int m) { Api<T>::mpy3(s, s, d, m); }, [](T a, T) { return times(a, a); }, "Mpy3");
+  }
+}
+
+// Where a product of float32 arithmetic could round otherwise: halves of a unit, parts that cancel, zeros with signs,
+// exponents far apart, and all of them after values where nothing is the matter.
+TEST(ComplexProducts, RoundOnceWhereTheirPartsCancelOrTie) {
+  std::mt19937 random(6);
+  const auto integer = [&](int bits) {
+    return static_cast<float>(static_cast<int>(random() >> (32 - bits)) - (1 << bits) / 2);
+  };
+  const auto spread = [&](int exponents) {
+    return std::ldexp(integer(25), static_cast<int>(random() % static_cast<unsigned>(exponents)) - exponents / 2);
+  };
+  const std::function<std::pair<MoxC, MoxC>()> kinds[] = {
+      [&] {
+        return std::pair(MoxC{integer(14), integer(14)}, MoxC{integer(14), integer(13)});
+      },
+      [&] {
+        return std::pair(MoxC{spread(40), spread(40)}, MoxC{spread(40), spread(40)});
+      },
+      [&] {
+        return std::pair(MoxC{spread(240), spread(240)}, MoxC{spread(240), spread(240)});
+      },
+      [&] {
+        return std::pair(MoxC{spread(4), random() % 2 ? 0.0f : -0.0f}, MoxC{spread(4), random() % 2 ? 0.0f : -0.0f});
+      },
+      [&] {  // half a unit, and a little that float64 just sees
+        const auto odd = [&] { return std::fabs(2 * integer(11)) + 4097; };
+        return std::pair(MoxC{odd(), 0x1p-13f}, MoxC{odd(), std::ldexp(integer(4), -14)});
+      },
+      [&] {  // the products of one part differ by a few units
+        const MoxC a{spread(4), spread(4)};
+        const auto near = [&](float x) { return x * (1 + (integer(3) * 0x1p-23f)); };
+        return random() % 2 ? std::pair(a, MoxC{near(a.im), near(a.re)}) : std::pair(a, MoxC{near(-a.re), near(a.im)});
+      }};
+  for (const auto& kind : kinds) {
+    SCOPED_TRACE(&kind - kinds);
+    std::vector<MoxC> a(20000), b(a.size()), want(a.size());
+    for (size_t i = 0; i < a.size(); ++i) {
+      std::tie(a[i], b[i]) =
+          i % 1000 < 100 ? std::pair(MoxC{spread(2), spread(2)}, MoxC{spread(2), spread(2)}) : kind();
+      want[i] = times(a[i], b[i]);
+    }
+    forEachLevel([&] {
+      std::vector<MoxC> got(a.size());
+      moxcbMpy3(a.data(), b.data(), got.data(), static_cast<int>(got.size()));
+      EXPECT_TRUE(sameBits(want, got));
+    });
   }
 }
 
