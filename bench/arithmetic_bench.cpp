@@ -66,6 +66,7 @@ struct MpyComplexFloat {
   static void ours(const float* a, const float* b, float* dst, int32_t n) {
     moxcbMpy3(reinterpret_cast<const MoxC*>(a), reinterpret_cast<const MoxC*>(b), reinterpret_cast<MoxC*>(dst), n);
   }
+  static void contract(const float* a, const float* b, float* dst, int32_t n) { contractMpyComplex(a, b, dst, n); }
   static void eigen(const float* a, const float* b, float* dst, int32_t n) { eigenMpyComplex(a, b, dst, n); }
   static void volk(const float* a, const float* b, float* dst, int32_t n) {
     volk_32fc_x2_multiply_32fc(reinterpret_cast<lv_32fc_t*>(dst), reinterpret_cast<const lv_32fc_t*>(a),
@@ -118,6 +119,8 @@ void addAll() {
   using Real = typename Operation::Real;
   for (const int32_t n : kSizes) {
     for (const auto* const kernels : kernelSets()) addOperation<Operation>(kernels->name, n, kernels, Operation::ours);
+    if constexpr (requires { Operation::contract; })
+      addOperation<Operation>("contract-loop", n, nullptr, Operation::contract);
     addOperation<Operation>("eigen", n, nullptr, Operation::eigen);
     if constexpr (requires { Operation::volk; }) addOperation<Operation>("volk", n, nullptr, Operation::volk);
 

@@ -142,6 +142,7 @@ struct Magnitude {
   static void volk(const Arrays& a, int32_t n) {
     volk_32fc_magnitude_32f(a.dst, complexes(a.src), static_cast<unsigned>(n));
   }
+  static void contract(const Arrays& a, int32_t n) { contractMagnitude(a.src, a.dst, n); }
   static void eigen(const Arrays& a, int32_t n) { eigenMagnitude(a.src, a.dst, n); }
   static double error(const Arrays& a, int32_t i) {
     return std::fabs(std::hypot(double{a.src[2 * i]}, double{a.src[2 * i + 1]}) - double{a.dst[i]}) * 0x1p21;
@@ -222,6 +223,7 @@ template <class Case>
 void addAll() {
   for (const int32_t n : kSizes) {
     for (const auto* const kernels : kernelSets()) addCase<Case>(kernels->name, n, kernels, Case::ours);
+    if constexpr (requires { Case::contract; }) addCase<Case>("contract-loop", n, nullptr, Case::contract);
     if constexpr (requires { Case::volk; }) addCase<Case>("volk", n, nullptr, Case::volk);
     if constexpr (requires { Case::eigen; }) addCase<Case>("eigen", n, nullptr, Case::eigen);
     if constexpr (requires { Case::sleef; }) {

@@ -23,6 +23,7 @@ struct Float {
   static constexpr const char* name = "real-f32";
   static constexpr int parts = 1;
   static Sum<float> ours(const float* a, const float* b, int32_t n) { return moxsDotProd(a, b, n); }
+  static Sum<float> contract(const float* a, const float* b, int32_t n) { return contractDot(a, b, n); }
   static Sum<float> eigen(const float* a, const float* b, int32_t n) { return eigenDot(a, b, n); }
   static Sum<float> openblas(const float* a, const float* b, int32_t n) { return cblas_sdot(n, a, 1, b, 1); }
   static Sum<float> volk(const float* a, const float* b, int32_t n) {
@@ -49,6 +50,7 @@ struct ComplexFloat {
     const MoxC sum = moxcDotProd(reinterpret_cast<const MoxC*>(a), reinterpret_cast<const MoxC*>(b), n);
     return {sum.re, sum.im};
   }
+  static Sum<float> contract(const float* a, const float* b, int32_t n) { return contractDotComplex(a, b, n); }
   static Sum<float> eigen(const float* a, const float* b, int32_t n) { return eigenDotComplex(a, b, n); }
   static Sum<float> openblas(const float* a, const float* b, int32_t n) {
     Sum<float> sum;
@@ -117,6 +119,7 @@ template <class Case>
 void addAll() {
   for (const int32_t n : kSizes) {
     for (const auto* const kernels : kernelSets()) addCase<Case>(kernels->name, n, kernels, Case::ours);
+    if constexpr (requires { Case::contract; }) addCase<Case>("contract-loop", n, nullptr, Case::contract);
     addCase<Case>("eigen", n, nullptr, Case::eigen);
     addCase<Case>("openblas", n, nullptr, Case::openblas);
     if constexpr (requires { Case::volk; }) addCase<Case>("volk", n, nullptr, Case::volk);

@@ -20,6 +20,7 @@ struct SqrtFloat {
   using Real = float;
   static constexpr const char* name = "sqrt-f32";
   static void ours(const float* src, float* dst, int32_t n) { moxsbSqrt2(src, dst, n); }
+  static void contract(const float* src, float* dst, int32_t n) { contractSqrt(src, dst, n); }
   static void eigen(const float* src, float* dst, int32_t n) { eigenSqrt(src, dst, n); }
   static void volk(const float* src, float* dst, int32_t n) { volk_32f_sqrt_32f(dst, src, static_cast<unsigned>(n)); }
 };
@@ -27,6 +28,7 @@ struct SqrtDouble {
   using Real = double;
   static constexpr const char* name = "sqrt-f64";
   static void ours(const double* src, double* dst, int32_t n) { moxdbSqrt2(src, dst, n); }
+  static void contract(const double* src, double* dst, int32_t n) { contractSqrt(src, dst, n); }
   static void eigen(const double* src, double* dst, int32_t n) { eigenSqrt(src, dst, n); }
 };
 template <class Case>
@@ -87,6 +89,7 @@ struct MeanPower {
   static constexpr const char* name = sizeof(T) == 4 ? "mean-power-f32" : "mean-power-f64";
   static void ours(const float* src, float* dst, int32_t n) { *dst = moxsStdDev(src, n); }
   static void ours(const double* src, double* dst, int32_t n) { *dst = moxdStdDev(src, n); }
+  static void contract(const T* src, T* dst, int32_t n) { *dst = contractMeanPower(src, n); }
   static void eigen(const T* src, T* dst, int32_t n) { *dst = eigenMeanPower(src, n); }
 };
 // All elements are positive: n roundings at most.
@@ -142,6 +145,7 @@ void addAll() {
     for (const auto* const kernels : kernelSets())
       addCase<Case>(kernels->name, n, kernels,
                     [](const auto* src, auto* dst, int32_t count) { Case::ours(src, dst, count); });
+    if constexpr (requires { Case::contract; }) addCase<Case>("contract-loop", n, nullptr, Case::contract);
     addCase<Case>("eigen", n, nullptr, Case::eigen);
     if constexpr (requires { Case::volk; }) addCase<Case>("volk", n, nullptr, Case::volk);
   }

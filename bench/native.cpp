@@ -2,6 +2,7 @@
 
 #include <Eigen/Core>
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <cstring>
 // spandsp's headers need the integer types, and each other in this order.
@@ -56,6 +57,63 @@ std::complex<float> eigenDotComplex(const float* a, const float* b, ptrdiff_t n)
 }
 std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t n) {
   return (in(complexes(a), n) * in(complexes(b), n)).sum();
+}
+
+namespace {
+
+constexpr ptrdiff_t kSums = 16;
+
+// The sum of term(i), i = 0 ... n-1, in kSums sums.
+template <class Term>
+double sumOf(ptrdiff_t n, Term term) {
+  double sums[kSums] = {};
+  ptrdiff_t i = 0;
+  for (; i + kSums <= n; i += kSums) {
+    for (ptrdiff_t k = 0; k < kSums; ++k) sums[k] += term(i + k);
+  }
+  for (ptrdiff_t k = 0; i + k < n; ++k) sums[k] += term(i + k);
+  return Eigen::Map<const Eigen::Array<double, kSums, 1>>(sums).sum();
+}
+
+}  // namespace
+
+float contractDot(const float* a, const float* b, ptrdiff_t n) {
+  return static_cast<float>(sumOf(n, [=](ptrdiff_t i) { return double{a[i]} * b[i]; }));
+}
+std::complex<float> contractDotComplex(const float* a, const float* b, ptrdiff_t n) {
+  double re[kSums] = {}, im[kSums] = {};
+  for (ptrdiff_t i = 0; i < n; ++i) {
+    const double ar = a[2 * i], ai = a[2 * i + 1], br = b[2 * i], bi = b[2 * i + 1];
+    re[i % kSums] += ar * br - ai * bi;
+    im[i % kSums] += ar * bi + ai * br;
+  }
+  using Sums = Eigen::Map<const Eigen::Array<double, kSums, 1>>;
+  return {static_cast<float>(Sums(re).sum()), static_cast<float>(Sums(im).sum())};
+}
+float contractMeanPower(const float* src, ptrdiff_t n) {
+  return static_cast<float>(sumOf(n, [=](ptrdiff_t i) { return double{src[i]} * src[i]; }) / static_cast<double>(n));
+}
+double contractMeanPower(const double* src, ptrdiff_t n) {
+  return sumOf(n, [=](ptrdiff_t i) { return src[i] * src[i]; }) / static_cast<double>(n);
+}
+void contractMpyComplex(const float* a, const float* b, float* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < 2 * n; i += 2) {
+    const double ar = a[i], ai = a[i + 1], br = b[i], bi = b[i + 1];
+    dst[i] = static_cast<float>(ar * br - ai * bi);
+    dst[i + 1] = static_cast<float>(ar * bi + ai * br);
+  }
+}
+void contractMagnitude(const float* src, float* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) {
+    const double re = src[2 * i], im = src[2 * i + 1];
+    dst[i] = static_cast<float>(std::sqrt(re * re + im * im));
+  }
+}
+void contractSqrt(const float* src, float* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = std::sqrt(src[i]);
+}
+void contractSqrt(const double* src, double* dst, ptrdiff_t n) {
+  for (ptrdiff_t i = 0; i < n; ++i) dst[i] = std::sqrt(src[i]);
 }
 
 namespace {

@@ -21,6 +21,17 @@ double eigenDot(const double* a, const double* b, ptrdiff_t n);
 std::complex<float> eigenDotComplex(const float* a, const float* b, ptrdiff_t n);
 std::complex<double> eigenDotComplex(const double* a, const double* b, ptrdiff_t n);
 
+// Plain loops under this library's contract, which Eigen and VOLK do not keep: float32 products and sums in float64 (16
+// sums side by side), and roots of them, rounded once; roots rounded correctly. Complex values are (re, im) pairs.
+float contractDot(const float* a, const float* b, ptrdiff_t n);
+std::complex<float> contractDotComplex(const float* a, const float* b, ptrdiff_t n);
+float contractMeanPower(const float* src, ptrdiff_t n);
+double contractMeanPower(const double* src, ptrdiff_t n);
+void contractMpyComplex(const float* a, const float* b, float* dst, ptrdiff_t n);
+void contractMagnitude(const float* src, float* dst, ptrdiff_t n);
+void contractSqrt(const float* src, float* dst, ptrdiff_t n);
+void contractSqrt(const double* src, double* dst, ptrdiff_t n);
+
 // int16: limited to 16 bits, or shifted down and limited
 void loopAddSaturated(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n);
 void loopAddShifted(const int16_t* a, const int16_t* b, int16_t* dst, ptrdiff_t n, int shift);

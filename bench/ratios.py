@@ -6,7 +6,8 @@ usage: ratios.py RESULTS.json [--sets avx512,avx2,sse2] [--summary]
 Every entry is the median processor time over the repetitions of the run. A ratio is a peer's time divided by ours: 2.0
 means that this library takes half the peer's time. Where there are several peers, ratios are those of the first set.
 --summary makes one table of each family: times for 1024 elements, and for each size the ratios of the first two sets to
-the fastest peer (copies do not count). A peer that is called after a set, as sleef-avx2, is compared with that set, and
+the fastest peer (copies do not count); where the peers do not do the same work, in parentheses those to the plain loop
+that does (contract-loop). A peer that is called after a set, as sleef-avx2, is compared with that set, and
 its other form is not.
 """
 import argparse
@@ -16,6 +17,7 @@ import statistics
 import sys
 
 SETS = ["avx512", "avx2", "sse2"]
+CONTRACT = "contract-loop"
 
 
 def medians(results):
@@ -59,7 +61,8 @@ def fastest(row, ours):
     def meets(peer):
         form = next((s for s in SETS if peer.endswith("-" + s)), None)
         return form == ours if form else f"{peer}-{ours}" not in row
-    return min(((t, p) for p, t in row.items() if p not in SETS and not p.endswith("copy") and meets(p)), default=None)
+    return min(((t, p) for p, t in row.items() if p not in SETS + [CONTRACT] and not p.endswith("copy") and meets(p)),
+               default=None)
 
 
 def print_summary(family, cases, sets):
@@ -73,11 +76,13 @@ def print_summary(family, cases, sets):
         row = rows.get(1024, {})
         peers = list(dict.fromkeys(fastest(row, s) for s in sets if s in row))
         cells = [case] + [nanoseconds(row[s]) if s in row else "" for s in sets]
-        cells.append(", ".join(f"{peer[1]} {nanoseconds(peer[0])}" for peer in peers if peer))
+        cells.append(", ".join(f"{peer[1]} {nanoseconds(peer[0])}" for peer in peers if peer)
+                     + (f" (loop {nanoseconds(row[CONTRACT])})" if CONTRACT in row else ""))
         for size in sizes:
             row = rows.get(size, {})
             ratios = [f"{fastest(row, s)[0] / row[s]:.2f}" for s in sets if s in row and fastest(row, s)]
-            cells.append(" / ".join(ratios))
+            same = [f"{row[CONTRACT] / row[s]:.2f}" for s in sets if s in row and CONTRACT in row]
+            cells.append(" / ".join(ratios) + (f" ({' / '.join(same)})" if same else ""))
         print("| " + " | ".join(cells) + " |")
     print()
 
