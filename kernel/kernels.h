@@ -309,7 +309,7 @@ struct BitReversal {
 // the threshold, "lower" what lies above it, complex values keep their phase.
 template <class T>
 struct Elementwise {
-  void (*sqrt)(const T* src, T* dst, size_t n);  // negative values stay
+  bool (*sqrt)(const T* src, T* dst, size_t n);  // negative values stay; whether there are any
   void (*raise)(const T* src, T* dst, size_t n, T thresh);
   void (*lower)(const T* src, T* dst, size_t n, T thresh);
   void (*invert)(const T* src, T* dst, size_t n, T thresh, T floor);  // 1/x if |x| > thresh, else +-floor
@@ -325,7 +325,7 @@ struct Elementwise {
   double (*sumOfSquares)(const T* src, size_t n);     // in 32 lanes
 };
 struct Elementwise16 {
-  void (*sqrt)(const int16_t* src, int16_t* dst, size_t n);  // truncated; negative values stay
+  bool (*sqrt)(const int16_t* src, int16_t* dst, size_t n);  // truncated; the same
   void (*raise)(const int16_t* src, int16_t* dst, size_t n, int16_t thresh);
   void (*lower)(const int16_t* src, int16_t* dst, size_t n, int16_t thresh);
   void (*abs)(const int16_t* src, int16_t* dst, size_t n);  // saturates

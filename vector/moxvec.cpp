@@ -94,17 +94,6 @@ MoxV root(MoxV x) {
   return {a, static_cast<int16_t>(x.im < 0 ? -b : b)};
 }
 
-// Whether any bit pattern lies above that of -0.0.
-template <class T>
-bool anyNegative(const T* src, size_t n) {
-  if constexpr (kInteger<T>) {
-    return kernels(T{}).smallest(src, n) < 0;
-  } else {
-    const T least = kernels(T{}).smallest(src, n);
-    return std::signbit(least) && !isZero(least);
-  }
-}
-
 template <class T>
 void roots(const T* src, T* dst, int32_t len, const Site& site) {
   const size_t n = static_cast<size_t>(len);
@@ -113,9 +102,7 @@ void roots(const T* src, T* dst, int32_t len, const Site& site) {
   } else if constexpr (kComplex<T>) {
     kernels(RealOf<T>{}).sqrtComplex(reals(src), reals(dst), n);
   } else {
-    const bool negative = anyNegative(src, n);
-    kernels(T{}).sqrt(src, dst, n);
-    if (negative)
+    if (kernels(T{}).sqrt(src, dst, n))
       report({site.module, site.function, site.line + 1}, MOX_StsBadArg, "Element of input vector is negative");
   }
 }
