@@ -71,21 +71,6 @@ template <class Law>
 MOX_INLINE uint8_t encoded(int16_t v, Law) {
   return encodeInt16<Law>(v);
 }
-// Limits first, NaN to the negative end, then truncates.
-template <class R, class Law>
-MOX_INLINE uint8_t encodedReal(R x) {
-  constexpr R limit = Law::kLargest;
-  const R y = x * R(32768), above = y > -limit ? y : -limit;
-  return encodeInt16<Law>(static_cast<int32_t>(above < limit ? above : limit));
-}
-template <class Law>
-MOX_INLINE uint8_t encoded(float x, Law) {
-  return encodedReal<float, Law>(x);
-}
-template <class Law>
-MOX_INLINE uint8_t encoded(double x, Law) {
-  return encodedReal<double, Law>(x);
-}
 
 MOX_INLINE void setLinear(int16_t& to, int32_t v) { to = static_cast<int16_t>(v); }
 MOX_INLINE void setLinear(int32_t& to, int32_t v) { to = v << 16; }
@@ -148,6 +133,25 @@ void encodeInt16s(const int16_t* src, uint8_t* dst, size_t n) {
   }
   for (size_t i = 0; i + step < n; i += step) encodeTwo<Law>(src + i, dst + i);
   encodeTwo<Law>(src + n - step, dst + n - step);
+}
+
+// Limited, NaN to the negative end, and truncated to int16.
+template <class Law, class T>
+void encodeReals(const T* src, uint8_t* dst, size_t n) {
+  if (n < 24) {  // what a conversion by vectors costs at least
+    constexpr T limit = Law::kLargest;
+    for (size_t i = 0; i < n; ++i) {
+      const T y = src[i] * T{32768}, above = y > -limit ? y : -limit;
+      dst[i] = encodeInt16<Law>(static_cast<int32_t>(above < limit ? above : limit));
+    }
+    return;
+  }
+  int16_t samples[kBlock];
+  for (size_t i = 0; i < n; i += kBlock) {
+    const size_t some = n - i < kBlock ? n - i : kBlock;
+    toIntegers<T, int16_t, Rounding::zero>(src + i, samples, some, T{32768}, OutOfRange::saturate);
+    encodeInt16s<Law>(samples, dst + i, some);
+  }
 }
 
 #if MOX_VEC_BYTES >= 32
@@ -259,8 +263,8 @@ constexpr Companding compandingKernels() {
   return {
       .encode16 = encodeInt16s<Law>,
       .encodeInt = encodeAll<Law, int32_t>,
-      .encode32 = encodeAll<Law, float>,
-      .encode64 = encodeAll<Law, double>,
+      .encode32 = encodeReals<Law, float>,
+      .encode64 = encodeReals<Law, double>,
       .decode16 = decodeInt16s<Law>,
       .decodeInt = decodeAll<Law, int32_t>,
       .decode32 = decodeAll<Law, float>,
