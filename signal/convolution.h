@@ -152,6 +152,31 @@ bool prepared(ConvSpectra<Result>& spectra, Site site) {
   return false;
 }
 
+// Arrays of a transform's length: a spectrum, the response, and a third one where transforms had better go from one
+// array to another.
+template <class Result>
+class ConvArrays {
+ public:
+  explicit ConvArrays(const ConvSpectra<Result>& spectra)
+      : size_(spectra.size()), apart_(spectra.isBetterApart()), values_((apart_ ? 3 : 2) * uint64_t{size_}) {}
+
+  // False after a report.
+  bool there(Site site) const {
+    if (values_.get()) return true;
+    report(site, MOX_StsNoMem, "NULL Pointer");
+    return false;
+  }
+  Result* spectrum() const { return values_.get(); }
+  Result* response() const { return values_.get() + size_; }
+  // The other end of a transform to or from one of these.
+  Result* otherEnd(Result* spectrum) const { return apart_ ? values_.get() + 2 * size_ : spectrum; }
+
+ private:
+  size_t size_;
+  bool apart_;
+  AlignedArray<Result> values_;
+};
+
 // One transform of everything. At least 4 results.
 template <class Tap, class Sample>
 void convolveWhole(const Tap* taps, int64_t count, const Sample* x, int64_t n, FirResult<Sample, Tap>* y, Site site) {
@@ -159,18 +184,13 @@ void convolveWhole(const Tap* taps, int64_t count, const Sample* x, int64_t n, F
   const uint64_t results = static_cast<uint64_t>(n + count - 1);
   ConvSpectra<Result> spectra(convWholeOrder(results));
   if (!prepared<Result, Tap, Sample>(spectra, site)) return;
-  const bool apart = spectra.isBetterApart();
-  const AlignedArray<Result> buffers((apart ? 3 : 2) * uint64_t{spectra.size()});
-  if (!buffers.get()) {
-    report(site, MOX_StsNoMem, "NULL Pointer");
-    return;
-  }
-  Result *const samples = buffers.get(), *const response = samples + spectra.size();
-  Result* const room = apart ? response + spectra.size() : nullptr;
-  spectra.toSpectrum(x, static_cast<size_t>(n), apart ? room : samples, samples);
-  spectra.toSpectrum(taps, static_cast<size_t>(count), apart ? room : response, response);
+  const ConvArrays<Result> arrays(spectra);
+  if (!arrays.there(site)) return;
+  Result *const samples = arrays.spectrum(), *const response = arrays.response();
+  spectra.toSpectrum(x, static_cast<size_t>(n), arrays.otherEnd(samples), samples);
+  spectra.toSpectrum(taps, static_cast<size_t>(count), arrays.otherEnd(response), response);
   spectra.multiply(response, samples);
-  Result* const all = apart ? room : samples;
+  Result* const all = arrays.otherEnd(samples);
   spectra.toResults(samples, all);
   std::memcpy(y, all, static_cast<size_t>(results) * sizeof(Result));
 }
@@ -182,15 +202,10 @@ void convolveBlocks(const Tap* taps, int64_t count, const Sample* x, int64_t n, 
   using Result = FirResult<Sample, Tap>;
   ConvSpectra<Result> spectra(convBlockOrder(static_cast<uint64_t>(count), static_cast<uint64_t>(n), selector));
   if (!prepared<Result, Tap, Sample>(spectra, site)) return;
-  const bool apart = spectra.isBetterApart();
-  const AlignedArray<Result> buffers((apart ? 3 : 2) * uint64_t{spectra.size()});
-  if (!buffers.get()) {
-    report(site, MOX_StsNoMem, "NULL Pointer");
-    return;
-  }
-  Result *const block = buffers.get(), *const response = block + spectra.size();
-  Result* const room = apart ? response + spectra.size() : block;
-  spectra.toSpectrum(taps, static_cast<size_t>(count), apart ? room : response, response);
+  const ConvArrays<Result> arrays(spectra);
+  if (!arrays.there(site)) return;
+  Result *const block = arrays.spectrum(), *const response = arrays.response(), *const room = arrays.otherEnd(block);
+  spectra.toSpectrum(taps, static_cast<size_t>(count), arrays.otherEnd(response), response);
   const size_t tail = static_cast<size_t>(count - 1), step = spectra.size() - tail;
   // What a block begins with adds to the tail of the one before.
   size_t begun = 0;
