@@ -5,23 +5,13 @@
 
 #include "tests/support/short_of_memory.h"
 #include "tests/support/support.h"
+#include "tests/support/wide.h"
 
 using namespace moxtest;
 
 namespace {
 
 using Strings = std::vector<std::string>;
-using Wide = std::complex<long double>;
-
-Wide widened(float x) { return x; }
-Wide widened(double x) { return x; }
-Wide widened(MoxC x) { return {x.re, x.im}; }
-Wide widened(MoxZ x) { return {x.re, x.im}; }
-template <class T>
-T narrowed(Wide x) {
-  using R = typename Traits<T>::Real;
-  return makeValue<T>(static_cast<R>(x.real()), static_cast<R>(x.imag()));
-}
 
 // Samples S, taps T, results and delay line O.
 template <class S_, class T_, class O_>
