@@ -299,7 +299,11 @@ struct ProductMap {
   template <class V>
   MOX_INLINE V at(size_t i) const {
     const V x = wide(a + i, static_cast<V*>(nullptr)), y = wide(b + i, static_cast<V*>(nullptr));
-    return productMinusPlus<R>(realParts(x), y, imagParts(x) * swapParts(y));
+    if constexpr (sizeof(R) == sizeof(double)) {
+      return productMinusPlus<R>(realPartsAt<V>(a + i), y, imagParts(x) * swapParts(y));
+    } else {
+      return productMinusPlus<R>(realParts(x), y, imagParts(x) * swapParts(y));
+    }
   }
 };
 
