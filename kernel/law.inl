@@ -248,7 +248,10 @@ template <class Law>
 void decodeInt16s(const uint8_t* src, int16_t* dst, size_t n) {
   constexpr size_t L = kVecBytes;
   if (n < L) return decodeFew<Law>(src, dst, n);
-  for (size_t i = 0; i + L < n; i += L) decodeVector<Law>(src + i, dst + i);
+  for (size_t i = 0; i + L < n; i += L) {
+    if (L == 64) __builtin_prefetch(src + i + 8 * L);  // from memory 105 us for 2^20 codes, without 114
+    decodeVector<Law>(src + i, dst + i);
+  }
   decodeVector<Law>(src + n - L, dst + n - L);
 }
 #else
