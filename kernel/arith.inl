@@ -27,7 +27,7 @@ MOX_INLINE void mapWith(T* dst, size_t n, const Map& map) {
   // A few vectors need no loop (64 float32: 4 or 8).
   if (n <= 2 * N) return mapEnds<1, T, N>(dst, n, map);
   if (n <= 4 * N) return mapEnds<2, T, N>(dst, n, map);
-  if constexpr (kVecBytes > 16) {
+  if constexpr (kVecBytes > 16 && kRegisters > 8) {
     if (n <= 8 * N) return mapEnds<4, T, N>(dst, n, map);
   }
   const V first = map.template at<V>(0), last = map.template at<V>(n - N);

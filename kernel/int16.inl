@@ -382,7 +382,7 @@ MOX_INLINE int32_t automaticWith(const int16_t* a, const Operand& b, int16_t* ds
   if constexpr (Op::kHalves) {
     constexpr size_t N = kLanes<int16_t>;
     if (n >= N && n <= 2 * N) return automaticEnds<Op, 1>(a, b, dst, n);
-    if (n >= N && n <= 4 * N) return automaticEnds<Op, 2>(a, b, dst, n);
+    if (kRegisters > 8 && n >= N && n <= 4 * N) return automaticEnds<Op, 2>(a, b, dst, n);
   }
   const int32_t factor = autoFactorWith<Op>(a, b, n);
   if (factor == 0) {

@@ -5,6 +5,11 @@
 
 constexpr int kVecBytes = MOX_VEC_BYTES;
 constexpr bool kHasFma = MOX_HAS_FMA;
+#if defined(__x86_64__)
+constexpr int kRegisters = kVecBytes == 64 ? 32 : 16;
+#else
+constexpr int kRegisters = 8;
+#endif
 
 template <class T, int N>
 struct VecOf {
