@@ -501,8 +501,23 @@ struct ScaledShorts {
   MOX_INLINE float one(size_t i) const { return static_cast<float>(a[i]) * scale; }
 };
 
+// int32 likewise: a loop of one vector took 50 or 85 ns for 1024 elements with AVX2, by where it was placed.
+struct ScaledInts {
+  static constexpr int kPeriod = 1;
+  const int32_t* a;
+  float scale;
+  template <class V>
+  MOX_INLINE V at(size_t i) const {
+    return __builtin_convertvector((load<Vec<int32_t, sizeof(V) / 4>>(a + i)), V) * scale;
+  }
+  MOX_INLINE float one(size_t i) const { return static_cast<float>(loadOne(a + i)) * scale; }
+};
+
 template <class I, class T>
 MOX_NOINLINE void scaledReals(const I* src, T* dst, size_t n, T scale) {
+  if constexpr (std::is_same_v<I, int32_t> && std::is_same_v<T, float>) {
+    return mapAll<float>(dst, n, ScaledInts{src, scale});
+  }
   using Wide = std::conditional_t<std::is_same_v<I, uint32_t>, uint32_t, int32_t>;
   MOX_SAME_OR_APART
   for (size_t i = 0; i < n; ++i) storeOne(dst + i, realOf(static_cast<Wide>(loadOne(src + i)), T{}) * scale);
