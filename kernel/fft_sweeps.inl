@@ -7,8 +7,10 @@
 // between them. From the first sum on the S values of p stay together as an element of S complex values, 128 bytes, in
 // vector lanes: all other sums treat all lanes alike, so that their twiddles are single values, and the last one finds
 // S neighbours of X in each element.
-//   Sweep A, per chunk of columns c: sums over j and r. x -> buffer -> scratch, Na rows of Nb elements.
-//   Sweep B, per row a: sum over c. scratch row -> buffer -> X.
+//   Sweep A, per chunk of columns c: sums over j and r. x -> buffer -> middle values, Na rows of Nb elements.
+//   Sweep B, per row a or two: sum over c. Rows of middle values -> buffer -> X.
+// The middle values are in scratch, row after row; or, where cache is what counts, in X itself, row beside row: then
+// those of a row lie where the row's X will.
 // The sums over r and c are passes of radix 4 or 8, decimation in frequency, in a buffer that stays in cache; digit
 // reversal falls on the addresses of each sweep's last pass.
 //
@@ -448,19 +450,23 @@ struct SweepSplit {
 struct SweepPlan {
   int order, rowBits, columnBits;  // Na = 2^rowBits, Nb = 2^columnBits
   int chunk;                       // columns of a chunk of sweep A
+  int width;                       // rows that sweep B takes together
   // The twiddles of the first sum: one vector each; or, where those would leave the cache, the product of a value per S
   // columns and a vector of few.
   bool product;
   bool far;                       // whether x is prefetched
   bool streamScratch, streamOut;  // arrays that no cache holds until they are read again
+  bool within;                    // whether X holds the middle values; in scratch they are a third array in the cache
   bool apart;                     // whether X is made elsewhere when it does not begin at a cache line
   // Offsets into the table, in reals.
   uint64_t lanes, first, rows, columns, rowDigits, columnDigits, buffer, scratch, whole, total;
 
   constexpr size_t rowCount() const { return size_t{1} << rowBits; }
   constexpr size_t columnCount() const { return size_t{1} << columnBits; }
-  // A power of two would map whole columns of the scratch to few cache sets.
-  constexpr size_t pitch() const { return columnCount() + 1; }
+  // Elements from a middle value to that of the next row, of the next column. In scratch a power of two would map whole
+  // columns to few cache sets; within X rows lie side by side, so that sweep B finds and leaves some together.
+  constexpr size_t rowStep() const { return within ? 1 : columnCount() + 1; }
+  constexpr size_t columnStep() const { return within ? rowCount() : 1; }
 
   // Room for that many reals, a whole number of cache lines.
   constexpr uint64_t take(uint64_t reals, uint64_t perLine) {
@@ -481,18 +487,21 @@ constexpr SweepPlan sweepPlan(int order) {
   const int bits = order - (lanes == 16 ? 4 : 3);
   SweepPlan plan{};
   plan.order = order;
+  plan.within = bytes >= 256 << 10 && bytes <= 1 << 20;
   plan.rowBits = order > 14 ? bits / 2 : bits < 10 ? 3 : lanes == 16 ? 3 : 4;
   plan.columnBits = bits - plan.rowBits;
-  plan.chunk = order > 14 ? 16 : kSweepLanes<T>;
+  plan.width = plan.within ? 2 : 1;
+  plan.chunk = order > 14 && !plan.within ? 16 : kSweepLanes<T>;
+  plan.apart = plan.within || (kVecBytes == 32 && order <= 14);
   plan.product = bytes >= 512 << 10;
   // Nearer it costs more than it gains: 9.2 and 10.4 cycles for a line of float32.
   plan.far = bytes >= (lanes == 16 ? 1 << 20 : 512 << 10);
   plan.streamOut = bytes >= 8 << 20;
   plan.streamScratch = bytes >= 16 << 20;
-  plan.apart = kVecBytes == 32 && bytes <= 512 << 10;
 
   const uint64_t rows = uint64_t{1} << plan.rowBits, columns = uint64_t{1} << plan.columnBits;
   const uint64_t perChunk = rows * static_cast<uint64_t>(plan.chunk);
+  const uint64_t perRows = columns * static_cast<uint64_t>(plan.width);
   uint64_t rowTwiddles = 0, columnTwiddles = 0;
   for (int left = plan.rowBits; left > 0; left -= sweepRadixBits(left)) {
     rowTwiddles += ((uint64_t{1} << left) - (uint64_t{1} << (left - sweepRadixBits(left)))) * columns;
@@ -506,9 +515,9 @@ constexpr SweepPlan sweepPlan(int order) {
   plan.columns = plan.take(2 * columnTwiddles, line);
   plan.rowDigits = plan.take(rows, line);
   plan.columnDigits = plan.take(columns, line);
-  plan.buffer = plan.take(element * (perChunk > columns ? perChunk : columns), line);
-  plan.scratch = plan.take(element * rows * (columns + 1), line);
-  plan.whole = plan.take(plan.apart ? (bytes + kWorkRoom) / sizeof(T) : 0, line);
+  plan.buffer = plan.take(element * (perChunk > perRows ? perChunk : perRows), line);
+  plan.scratch = plan.take(plan.within ? (bytes + kWorkRoom) / sizeof(T) : element * rows * plan.rowStep(), line);
+  plan.whole = plan.within ? plan.scratch : plan.take(plan.apart ? (bytes + kWorkRoom) / sizeof(T) : 0, line);
   return plan;
 }
 
@@ -737,44 +746,54 @@ struct SweepElementSink {
   }
 };
 
+// Distances in elements. They are passed by reference: a copy on the stack, loaded while the stores before the call
+// wait for their lines, takes 5 to 10 % of a transform.
 struct SweepSteps {
-  size_t in, out;
+  size_t in, out;                  // from one input or output of a butterfly to the next one
+  size_t nextIn = 1, nextOut = 1;  // from butterflies to those with the next twiddles
 };
 
-// Butterflies over elements i + j steps.in of `in`, i < count, with twiddles, to elements i + p steps.out of `out`.
-template <class T, int R, bool apart, bool streamed>
-MOX_NOINLINE void sweepPass(const T* in, T* out, SweepSteps steps, size_t count, const T* twiddle) {
+// Butterflies over elements i nextIn + k + j in of `in`, i < count, k < width, with twiddles i, to elements
+// i nextOut + k + p out of `out`. In place nextIn and nextOut are `width`.
+template <class T, int R, int width, bool apart, bool streamed>
+MOX_NOINLINE void sweepPass(const T* in, T* out, const SweepSteps& steps, size_t count, const T* twiddle) {
   constexpr int W = kSweepVec<T>;
+  constexpr size_t all = width * kSweepElement<T>;
   using V = Vec<T, W>;
   SweepRow<const T> from(in, steps.in * kSweepElement<T>);
   SweepRow<T> to(out, steps.out * kSweepElement<T>);
+  const size_t gapIn = steps.nextIn * kSweepElement<T> - all, gapOut = steps.nextOut * kSweepElement<T> - all;
   for (size_t i = 0; i < count; ++i, twiddle += 2 * (R - 1)) {
 #pragma GCC unroll 1
-    for (int part = 0; part < kSweepLanes<T>; part += W) {
+    for (size_t part = 0; part < all; part += 2 * W) {
       SweepRadix<R, apart>::template run<V>(SweepElementSource<T, V>{from},
                                             SweepElementSink<T, V, streamed>{to, twiddle});
       from.advance(2 * W);
       to.advance(2 * W);
     }
+    if (apart) {
+      from.advance(gapIn);
+      to.advance(gapOut);
+    }
   }
 }
 
-template <class T, bool apart, bool streamed = false>
-MOX_INLINE void sweepPass(int radixBits, const T* in, T* out, SweepSteps steps, size_t count, const T* twiddle) {
+template <class T, int width, bool apart, bool streamed = false>
+MOX_INLINE void sweepPass(int radixBits, const T* in, T* out, const SweepSteps& steps, size_t count, const T* twiddle) {
   if (radixBits == 3) {
-    sweepPass<T, 8, apart, streamed>(in, out, steps, count, twiddle);
+    sweepPass<T, 8, width, apart, streamed>(in, out, steps, count, twiddle);
   } else {
-    sweepPass<T, 4, apart, streamed>(in, out, steps, count, twiddle);
+    sweepPass<T, 4, width, apart, streamed>(in, out, steps, count, twiddle);
   }
 }
 
-template <class T, class V>
+template <class T, class V, int width>
 struct SweepTightSource {
   const T* in;
 
   MOX_INLINE void operator()(int j, V& re, V& im) const {
-    re = load<V>(in + j * kSweepElement<T>);
-    im = load<V>(in + j * kSweepElement<T> + kSweepVec<T>);
+    re = load<V>(in + j * width * kSweepElement<T>);
+    im = load<V>(in + j * width * kSweepElement<T> + kSweepVec<T>);
   }
 };
 
@@ -790,23 +809,26 @@ struct SweepOutput {
   }
 };
 
-// The last sum of sweep B: a row of elements to X.
-template <class T, int R, bool streamed, class Io>
+// The last sum of sweep B: `width` rows, side by side, to X.
+template <class T, int width, bool streamed, class Io>
 MOX_NOINLINE void sweepLast(const Io& given, const SweepPlan& plan, const T* in, size_t row, const uint32_t* digits) {
   constexpr int S = kSweepLanes<T>, W = kSweepVec<T>;
+  constexpr size_t all = width * kSweepElement<T>;
   using V = Vec<T, W>;
   const Io io = given;
-  const size_t rows = plan.rowCount(), groups = plan.columnCount() / R, step = groups * rows * S;
+  const size_t rows = plan.rowCount(), groups = plan.columnCount() / 8, step = groups * rows * S;
   size_t step3 = 3 * step;
   asm("" : "+r"(step3));
-  for (size_t b = 0; b < groups; ++b, in += R * kSweepElement<T>) {
-    const size_t low = (row + rows * digits[b]) * S;
-    size_t high = low + 4 * step;
-    asm("" : "+r"(high));
-#pragma GCC unroll 4
-    for (size_t part = 0; part < S; part += W) {
-      SweepRadix<R, true>::template run<V>(SweepTightSource<T, V>{in + 2 * part},
-                                           SweepOutput<V, streamed, Io>{io, low + part, high + part, step, step3});
+  for (size_t b = 0; b < groups; ++b, in += 7 * all) {
+    size_t low = (row + rows * digits[b]) * S, high = low + 4 * step;
+#pragma GCC unroll 1
+    for (size_t part = 0; part < all; part += 2 * W) {
+      asm("" : "+r"(high));
+      SweepRadix<8, true>::template run<V>(SweepTightSource<T, V, width>{in},
+                                           SweepOutput<V, streamed, Io>{io, low, high, step, step3});
+      in += 2 * W;
+      low += W;
+      high += W;
     }
   }
 }
@@ -814,85 +836,98 @@ MOX_NOINLINE void sweepLast(const Io& given, const SweepPlan& plan, const T* in,
 // ---- The two sweeps. ------------------------------------------------------------------------------------------------
 
 template <class T, class Io>
-MOX_NOINLINE void sweepRows(const Io& io, const SweepPlan& plan, T* table) {
+MOX_NOINLINE void sweepRows(const Io& io, const SweepPlan& plan, T* table, T* middle) {
   constexpr size_t E = kSweepElement<T>, S = kSweepLanes<T>;
   const size_t rows = plan.rowCount(), columns = plan.columnCount(), chunk = static_cast<size_t>(plan.chunk);
-  const size_t pitch = plan.pitch();
+  const size_t rowStep = plan.rowStep(), columnStep = plan.columnStep();
   T* const buffer = sweepAt(table, plan.buffer);
-  T* const scratch = sweepAt(table, plan.scratch);
   const T* const lanes = sweepAt(table, plan.lanes);
   const T* first = sweepAt(table, plan.first);
   const T* twiddle = sweepAt(table, plan.rows);
   const uint32_t* digits = sweepDigitsAt(table, plan.rowDigits);
+  // Rows r, r + groups, r + 2 groups ... are all that a group of the first pass's butterflies wants. A chunk that
+  // leaves the first-level cache goes through that pass group by group.
+  const int firstBits = sweepRadixBits(plan.rowBits);
+  const size_t firstStep = rows >> firstBits, firstReals = chunk * 2 * (S - 1) / (plan.product ? S : 1);
+  const size_t groups = plan.within && rows * chunk * E * sizeof(T) > 32 << 10 ? firstStep : 1;
 
   for (size_t c = 0; c < columns; c += chunk) {
-    for (size_t r = 0; r < rows; ++r) {
-      const size_t n = r * columns + c;
-      T* const to = buffer + r * chunk * E;
-      if (plan.far) {
-        const size_t next = r + 1 < rows ? n + columns : c + chunk;
-        sweepFirst<T, true, true>(io, n, rows * columns, chunk, next - n, to, first, lanes);
-      } else if (plan.product) {
-        sweepFirst<T, true, false>(io, n, rows * columns, chunk, 0, to, first, lanes);
-      } else {
-        sweepFirst<T, false, false>(io, n, rows * columns, chunk, 0, to, first, lanes);
+    for (size_t group = 0; group < groups; ++group) {
+      for (size_t r = group; r < rows; r += groups) {
+        const size_t n = r * columns + c;
+        const T* const w = first + r * firstReals;
+        T* const to = buffer + r * chunk * E;
+        if (plan.far) {
+          const size_t next = r + groups < rows ? r + groups : group + 1;
+          const size_t ahead = (next < groups || r + groups < rows ? next * columns + c : c + chunk) - n;
+          sweepFirst<T, true, true>(io, n, rows * columns, chunk, ahead, to, w, lanes);
+        } else if (plan.product) {
+          sweepFirst<T, true, false>(io, n, rows * columns, chunk, 0, to, w, lanes);
+        } else {
+          sweepFirst<T, false, false>(io, n, rows * columns, chunk, 0, to, w, lanes);
+        }
       }
-      first += chunk * 2 * (S - 1) / (plan.product ? S : 1);
+      if (plan.rowBits > firstBits) {
+        T* const at = buffer + group * chunk * E;
+        const size_t count = firstStep * chunk / groups;
+        sweepPass<T, 1, false>(firstBits, at, at, {firstStep * chunk, firstStep * chunk}, count, twiddle);
+        twiddle += count * 2 * ((size_t{1} << firstBits) - 1);
+      }
     }
-    int left = plan.rowBits;
+    first += rows * firstReals;
+    int left = plan.rowBits > firstBits ? plan.rowBits - firstBits : firstBits;
     for (; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
       const int radixBits = sweepRadixBits(left);
       const size_t block = chunk << left, step = block >> radixBits;
       for (size_t b = 0; b < rows * chunk; b += block) {
-        sweepPass<T, false>(radixBits, buffer + b * E, buffer + b * E, {step, step}, step, twiddle);
+        sweepPass<T, 1, false>(radixBits, buffer + b * E, buffer + b * E, {step, step}, step, twiddle);
       }
       twiddle += step * 2 * ((size_t{1} << radixBits) - 1);
     }
-    const size_t groups = rows >> left;
-    for (size_t b = 0; b < groups; ++b) {
+    const size_t blocks = rows >> left;
+    for (size_t b = 0; b < blocks; ++b) {
       const T* const from = buffer + (b << left) * chunk * E;
-      T* const to = scratch + (digits[b] * pitch + c) * E;
+      T* const to = middle + (digits[b] * rowStep + c * columnStep) * E;
+      const SweepSteps steps = {chunk, blocks * rowStep, 1, columnStep};
       if (plan.streamScratch) {
-        sweepPass<T, true, true>(left, from, to, {chunk, groups * pitch}, chunk, twiddle);
+        sweepPass<T, 1, true, true>(left, from, to, steps, chunk, twiddle);
       } else {
-        sweepPass<T, true>(left, from, to, {chunk, groups * pitch}, chunk, twiddle);
+        sweepPass<T, 1, true>(left, from, to, steps, chunk, twiddle);
       }
     }
     twiddle += chunk * 2 * ((size_t{1} << left) - 1);
   }
 }
 
-template <class T, class Io>
-MOX_NOINLINE void sweepColumns(const Io& io, const SweepPlan& plan, T* table) {
+template <class T, int width, class Io>
+MOX_NOINLINE void sweepColumns(const Io& io, const SweepPlan& plan, T* table, const T* middle) {
   constexpr size_t E = kSweepElement<T>;
   const size_t columns = plan.columnCount();
-  const bool streamed = plan.streamOut && io.streams();
+  const bool streamed = width == 1 && plan.streamOut && io.streams();
   T* const buffer = sweepAt(table, plan.buffer);
   const uint32_t* digits = sweepDigitsAt(table, plan.columnDigits);
 
-  for (size_t row = 0; row < plan.rowCount(); ++row) {
-    const T* from = sweepAt(table, plan.scratch) + row * plan.pitch() * E;
+  for (size_t row = 0; row < plan.rowCount(); row += width) {
+    const T* const from = middle + row * plan.rowStep() * E;
     const T* twiddle = sweepAt(table, plan.columns);
-    int left = plan.columnBits;
-    for (; left > sweepRadixBits(left); left -= sweepRadixBits(left)) {
+    for (int left = plan.columnBits; left > 3; left -= sweepRadixBits(left)) {
       const int radixBits = sweepRadixBits(left);
       const size_t block = size_t{1} << left, step = block >> radixBits;
-      for (size_t b = 0; b < columns; b += block) {
-        if (from == buffer) {
-          sweepPass<T, false>(radixBits, from + b * E, buffer + b * E, {step, step}, step, twiddle);
-        } else {
-          sweepPass<T, true>(radixBits, from + b * E, buffer + b * E, {step, step}, step, twiddle);
+      if (left == plan.columnBits) {
+        const SweepSteps steps = {step * plan.columnStep(), step * width, plan.columnStep(), width};
+        sweepPass<T, width, true>(radixBits, from, buffer, steps, step, twiddle);
+      } else {
+        for (size_t b = 0; b < columns; b += block) {
+          T* const at = buffer + b * width * E;
+          sweepPass<T, width, false>(radixBits, at, at, {step * width, step * width}, step, twiddle);
         }
       }
       twiddle += step * 2 * ((size_t{1} << radixBits) - 1);
-      from = buffer;
     }
-    if (left == 2) {
-      sweepLast<T, 4, false>(io, plan, from, row, digits);
-    } else if (streamed) {
-      sweepLast<T, 8, true>(io, plan, from, row, digits);
+    if (streamed) {
+      sweepLast<T, width, width == 1>(io, plan, buffer, row, digits);
     } else {
-      sweepLast<T, 8, false>(io, plan, from, row, digits);
+      sweepLast<T, width, false>(io, plan, buffer, row, digits);
     }
   }
   if (streamed) _mm_sfence();
@@ -901,10 +936,12 @@ MOX_NOINLINE void sweepColumns(const Io& io, const SweepPlan& plan, T* table) {
 template <class T, int order>
 constexpr SweepPlan kSweepPlan = sweepPlan<T>(order);
 
-template <class T, class Io>
-MOX_INLINE void sweepTransform(const Io& io, const SweepPlan& plan, T* table) {
-  sweepRows(io, plan, table);
-  sweepColumns(io, plan, table);
+template <class T, int order, class Io>
+MOX_INLINE void sweepTransform(const Io& io, T* table, T* middle) {
+  constexpr const SweepPlan& plan = kSweepPlan<T, order>;
+  static_assert(plan.columnBits > 4);  // the last pass is of radix 8
+  sweepRows(io, plan, table, middle);
+  sweepColumns<T, plan.width>(io, plan, table, middle);
 }
 
 // n reals, two vectors at least, with stores inside cache lines.
@@ -918,29 +955,33 @@ MOX_NOINLINE void sweepCopy(const T* from, T* to, size_t n) {
   store(to + n - W, load<V>(from + n - W));
 }
 
-// Elements of X that lie across lines share them with elements of the next row, which has them fetched once more.
-// Vectors of 32 bytes are worst (order 13 of float64: 28.6 us, 17.6 where there is no such element, 22 with a copy).
+// Elements of X that lie across lines share them with elements of the next row, which has them fetched once more, and
+// take two steps to store. Where the middle values are in scratch, vectors of 32 bytes are worst (order 13 of float64:
+// 28.6 us, 17.6 where there is no such element, 22 with a copy); X within costs a copy only.
 template <class T, int order, class Io>
-MOX_INLINE void sweepPacked(const Io& io, T* out, T* table) {
+MOX_INLINE void sweepPacked(const Io& io, const T* in, T* out, T* table) {
   constexpr const SweepPlan& plan = kSweepPlan<T, order>;
+  T* const scratch = sweepAt(table, plan.scratch);
+  T* const middle = plan.within ? workIn<true>(out, out != in, scratch) : scratch;
   if constexpr (plan.apart) {
     T* const work = workIn<true>(out, true, sweepAt(table, plan.whole));
-    sweepTransform(io.onto(work), plan, table);
+    sweepTransform<T, order>(io.onto(work), table, middle);
     if (work != out) sweepCopy(work, out, size_t{2} << order);
   } else {
-    sweepTransform(io, plan, table);
+    sweepTransform<T, order>(io, table, middle);
   }
 }
 
 template <class T, int order>
 void sweepForward(const T* in, T* out, T* table, T) {
-  sweepPacked<T, order>(SweepForward<T>{in, out}, out, table);
+  sweepPacked<T, order>(SweepForward<T>{in, out}, in, out, table);
 }
 template <class T, int order>
 void sweepInverse(const T* in, T* out, T* table, T scale) {
-  sweepPacked<T, order>(SweepInverse<T>{{in, out}, scale}, out, table);
+  sweepPacked<T, order>(SweepInverse<T>{{in, out}, scale}, in, out, table);
 }
 template <class T, int order>
 void sweepSplit(const T* inRe, const T* inIm, T* outRe, T* outIm, T* table, T scale) {
-  sweepTransform(SweepSplit<T>{inRe, inIm, outRe, outIm, scale}, kSweepPlan<T, order>, table);
+  T* const scratch = sweepAt(table, kSweepPlan<T, order>.scratch);
+  sweepTransform<T, order>(SweepSplit<T>{inRe, inIm, outRe, outIm, scale}, table, scratch);
 }

@@ -170,7 +170,7 @@ TYPED_TEST(ComplexFft, TouchesNothingButItsArraysAtAnyAlignment) {
   using T = TypeParam;
   using C = ComplexOf<T>;
   forEachLevel([&] {
-    for (int order = 0; order <= 14; ++order) {
+    for (int order = 0; order <= 15; ++order) {
       SCOPED_TRACE(order);
       const size_t n = size_t{1} << order;
       const auto x = noise<C>(n, 3);
