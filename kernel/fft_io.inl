@@ -1,6 +1,7 @@
 // Where a transform reads its input and leaves its output. A kernel is a template over one of these; its first pass
-// calls get<V>(i) for the complex values i, i+1, ... as (re, im) pairs, or getMirrored() for those and the values N-i,
-// N-i-1, ... where kMirrored says so; its last pass calls put(i, v), some kernels' prefetch(i) before. Every kernel
+// calls get<V>(i) for the complex values i, i+1, ... as (re, im) pairs, getTwice<V>(i), where there is such a member,
+// for as many as fill half of V in both halves, or getMirrored() for the values i, i+1, ... and N-i, N-i-1, ... where
+// kMirrored says so; its last pass calls put(i, v), some kernels' prefetch(i) before. Every kernel
 // reads all of its input before it writes any output, or goes through scratch of its own, so that input and output may
 // be the same.
 //
@@ -33,6 +34,10 @@ struct PackedIo {
     return load<V>(in + 2 * i);
   }
   template <class V>
+  MOX_INLINE V getTwice(size_t i) const {
+    return loadTwice<V>(in + 2 * i);
+  }
+  template <class V>
   MOX_INLINE void put(size_t i, V v) const {
     store(out + 2 * i, v);
   }
@@ -59,6 +64,10 @@ struct ScaledIo {
   template <class V>
   MOX_INLINE V get(size_t i) const {
     return load<V>(in + 2 * i);
+  }
+  template <class V>
+  MOX_INLINE V getTwice(size_t i) const {
+    return loadTwice<V>(in + 2 * i);
   }
   template <class V>
   MOX_INLINE void put(size_t i, V v) const {

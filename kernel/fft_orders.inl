@@ -19,16 +19,25 @@ template <>
 struct KernelOf<float, 3, false> : Small<float, 2, 4> {};
 template <bool Fma>
 struct KernelOf<float, 4, Fma> : Small<float, 4, 4> {};
+#if MOX_VEC_BYTES == 64
+template <>
+struct KernelOf<float, 5, true> : Halved<4> {};
+template <>
+struct KernelOf<float, 7, true> : Halved<16> {};
+#else
 template <>
 struct KernelOf<float, 5, true> : Small<float, 8, 4> {};
+template <>
+struct KernelOf<float, 7, true> : Passes<float, 8, 1, 1, 16> {};
+#endif
 template <>
 struct KernelOf<float, 6, true> : Small<float, 8, 8> {};
 template <>
 struct KernelOf<float, 5, false> : Small<float, 4, 8> {};
 template <>
 struct KernelOf<float, 6, false> : Passes<float, 8, 1, 1, 8> {};
-template <bool Fma>
-struct KernelOf<float, 7, Fma> : Passes<float, 8, 1, 1, 16> {};
+template <>
+struct KernelOf<float, 7, false> : Passes<float, 8, 1, 1, 16> {};
 template <bool Fma>
 struct KernelOf<float, 8, Fma> : Passes<float, 8, 4, 1, 8> {};
 template <bool Fma>
@@ -45,8 +54,10 @@ template <bool Fma>
 struct KernelOf<double, 1, Fma> : Small<double, 2, 1> {};
 template <bool Fma>
 struct KernelOf<double, 2, Fma> : Small<double, 4, 1> {};
+#if MOX_VEC_BYTES >= 32
 template <>
-struct KernelOf<double, 3, true> : Small<double, 2, 4> {};
+struct KernelOf<double, 3, true> : HalvedOrder3<kVecBytes / 16> {};
+#endif
 template <>
 struct KernelOf<double, 4, true> : Small<double, 4, 4> {};
 template <>

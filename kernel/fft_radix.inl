@@ -301,6 +301,26 @@ MOX_INLINE void pairedButterfly(V (&x)[8], const ElementOf<V>* roots) {
   x[7] = d1 - e1;
 }
 
+#if MOX_VEC_BYTES >= 32
+// The lower (upper) halves of two vectors.
+MOX_INLINE Vec<double, 4> lowerHalves(Vec<double, 4> a, Vec<double, 4> b) { return _mm256_permute2f128_pd(a, b, 0x20); }
+MOX_INLINE Vec<double, 4> upperHalves(Vec<double, 4> a, Vec<double, 4> b) { return _mm256_permute2f128_pd(a, b, 0x31); }
+#endif
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<double, 8> lowerHalves(Vec<double, 8> a, Vec<double, 8> b) {
+  return __builtin_shufflevector(a, b, 0, 1, 2, 3, 8, 9, 10, 11);
+}
+MOX_INLINE Vec<double, 8> upperHalves(Vec<double, 8> a, Vec<double, 8> b) {
+  return __builtin_shufflevector(a, b, 4, 5, 6, 7, 12, 13, 14, 15);
+}
+MOX_INLINE Vec<float, 16> lowerHalves(Vec<float, 16> a, Vec<float, 16> b) {
+  return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21, 22, 23);
+}
+MOX_INLINE Vec<float, 16> upperHalves(Vec<float, 16> a, Vec<float, 16> b) {
+  return __builtin_shufflevector(a, b, 8, 9, 10, 11, 12, 13, 14, 15, 24, 25, 26, 27, 28, 29, 30, 31);
+}
+#endif
+
 // Columns of L rows of L values each: x[n] gets the value n of every row.
 
 MOX_INLINE void transpose(Vec<double, 2> (&)[1]) {}
@@ -325,13 +345,7 @@ MOX_INLINE void transpose(Vec<float, 8> (&x)[4]) {
 }
 #endif
 #if MOX_VEC_BYTES == 64
-// Quarters of two vectors: 0 and 1 (lower) or 2 and 3 (upper) of both, 0 and 2 (even) or 1 and 3 (odd) of both.
-MOX_INLINE Vec<double, 8> lowerQuarters(Vec<double, 8> a, Vec<double, 8> b) {
-  return __builtin_shufflevector(a, b, 0, 1, 2, 3, 8, 9, 10, 11);
-}
-MOX_INLINE Vec<double, 8> upperQuarters(Vec<double, 8> a, Vec<double, 8> b) {
-  return __builtin_shufflevector(a, b, 4, 5, 6, 7, 12, 13, 14, 15);
-}
+// Quarters 0 and 2 (even) or 1 and 3 (odd) of both vectors.
 MOX_INLINE Vec<double, 8> evenQuarters(Vec<double, 8> a, Vec<double, 8> b) {
   return __builtin_shufflevector(a, b, 0, 1, 4, 5, 8, 9, 12, 13);
 }
@@ -340,8 +354,8 @@ MOX_INLINE Vec<double, 8> oddQuarters(Vec<double, 8> a, Vec<double, 8> b) {
 }
 MOX_INLINE void transpose(Vec<double, 8> (&x)[4]) {
   using V = Vec<double, 8>;
-  const V a = lowerQuarters(x[0], x[1]), b = lowerQuarters(x[2], x[3]);
-  const V c = upperQuarters(x[0], x[1]), d = upperQuarters(x[2], x[3]);
+  const V a = lowerHalves(x[0], x[1]), b = lowerHalves(x[2], x[3]);
+  const V c = upperHalves(x[0], x[1]), d = upperHalves(x[2], x[3]);
   x[0] = evenQuarters(a, b);
   x[1] = oddQuarters(a, b);
   x[2] = evenQuarters(c, d);
@@ -362,8 +376,8 @@ MOX_INLINE void transpose(Vec<float, 16> (&x)[8]) {
   for (int i = 0; i < 4; ++i) {
     const int row = i / 2 * 4 + i % 2;
     const V r = reinterpret_cast<V>(x[row]), s = reinterpret_cast<V>(x[row + 2]);
-    lower[i] = lowerQuarters(r, s);
-    upper[i] = upperQuarters(r, s);
+    lower[i] = lowerHalves(r, s);
+    upper[i] = upperHalves(r, s);
   }
   mergeRows(evenQuarters(lower[0], lower[2]), evenQuarters(lower[1], lower[3]), x[0], x[1]);
   mergeRows(oddQuarters(lower[0], lower[2]), oddQuarters(lower[1], lower[3]), x[2], x[3]);
@@ -442,5 +456,106 @@ MOX_INLINE void storeTransposedFar(Vec<double, 4> (&x)[2], double* const (&rows)
   store<Vec<double, 4>>(rows[0], _mm256_permute2f128_pd(x[0], x[1], 0x20));
   _mm_storeu_pd(rows[1], _mm256_extractf128_pd(x[0], 1));
   _mm_storeu_pd(rows[1] + 2, _mm256_extractf128_pd(x[1], 1));
+}
+#endif
+
+#if MOX_VEC_BYTES >= 32
+// Radix 8 by halves of vectors: sums of the first level stay below, where radix4() makes the outputs 2k of them,
+// differences above, where oddRadix4() makes the outputs 2k+1. Half a transpose is done by this, without shuffles where
+// the input comes from memory.
+
+// (lowerRe, lowerIm) pairs below, (upperRe, upperIm) pairs above.
+template <class V>
+MOX_INLINE V byHalves(ElementOf<V> lowerRe, ElementOf<V> lowerIm, ElementOf<V> upperRe, ElementOf<V> upperIm) {
+  constexpr unsigned n = sizeof(V) / sizeof(lowerRe);
+  V v{};
+#  pragma GCC unroll 16
+  for (unsigned i = 0; i < n; i += 2) {
+    v[i] = i < n / 2 ? lowerRe : upperRe;
+    v[i + 1] = i < n / 2 ? lowerIm : upperIm;
+  }
+  return v;
+}
+
+// Pairs of each half of re and im.
+MOX_INLINE void interleaveHalves(Vec<double, 4> re, Vec<double, 4> im, Vec<double, 4>& first, Vec<double, 4>& second) {
+  first = __builtin_shufflevector(re, im, 0, 4, 2, 6);
+  second = __builtin_shufflevector(re, im, 1, 5, 3, 7);
+}
+// The parts of the values in the upper half exchanged.
+MOX_INLINE Vec<double, 4> swapUpperParts(Vec<double, 4> v) { return _mm256_permute_pd(v, 0x6); }
+// c below, a*b + c above; a below, c - a*b above.
+#  if MOX_VEC_BYTES == 32
+MOX_INLINE Vec<double, 4> fmaAbove(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
+  return _mm256_blend_pd(c, fma(a, b, c), 0xc);
+}
+MOX_INLINE Vec<double, 4> fnmaAbove(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
+  return _mm256_blend_pd(a, fnma(a, b, c), 0xc);
+}
+#  else
+MOX_INLINE Vec<double, 4> fmaAbove(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
+  return _mm256_mask3_fmadd_pd(a, b, c, 0xc);
+}
+MOX_INLINE Vec<double, 4> fnmaAbove(Vec<double, 4> a, Vec<double, 4> b, Vec<double, 4> c) {
+  return _mm256_mask_fnmadd_pd(a, 0xc, b, c);
+}
+MOX_INLINE void interleaveHalves(Vec<double, 8> re, Vec<double, 8> im, Vec<double, 8>& first, Vec<double, 8>& second) {
+  first = __builtin_shufflevector(re, im, 0, 8, 1, 9, 4, 12, 5, 13);
+  second = __builtin_shufflevector(re, im, 2, 10, 3, 11, 6, 14, 7, 15);
+}
+MOX_INLINE void interleaveHalves(Vec<float, 16> re, Vec<float, 16> im, Vec<float, 16>& first, Vec<float, 16>& second) {
+  first = __builtin_shufflevector(re, im, 0, 16, 1, 17, 2, 18, 3, 19, 8, 24, 9, 25, 10, 26, 11, 27);
+  second = __builtin_shufflevector(re, im, 4, 20, 5, 21, 6, 22, 7, 23, 12, 28, 13, 29, 14, 30, 15, 31);
+}
+// GCC would take a shuffle across lanes.
+MOX_INLINE Vec<float, 16> swapUpperParts(Vec<float, 16> v) {
+  return _mm512_maskz_permutevar_ps(0xffff, v, _mm512_setr_epi32(0, 1, 2, 3, 0, 1, 2, 3, 1, 0, 3, 2, 1, 0, 3, 2));
+}
+MOX_INLINE Vec<float, 16> fmaAbove(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> c) {
+  return _mm512_mask3_fmadd_ps(a, b, c, 0xff00);
+}
+MOX_INLINE Vec<float, 16> fnmaAbove(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> c) {
+  return _mm512_mask_fnmadd_ps(a, 0xff00, b, c);
+}
+#  endif
+
+// The first level of the values at i, i+1, ... and j, j+1, ..., two vectors of half as many columns.
+template <class V, class Io>
+MOX_INLINE void getHalves(const Io& io, size_t i, size_t j, V& first, V& second) {
+  if constexpr (requires { io.template getTwice<V>(i); }) {
+    constexpr size_t next = sizeof(V) / sizeof(ElementOf<V>) / 4;
+    const V sign = byHalves<V>(1, 1, -1, -1);
+    first = fma(io.template getTwice<V>(j), sign, io.template getTwice<V>(i));
+    second = fma(io.template getTwice<V>(j + next), sign, io.template getTwice<V>(i + next));
+  } else {
+    const V a = io.template get<V>(i), b = io.template get<V>(j);
+    const V sum = a + b, difference = a - b;
+    first = lowerHalves(sum, difference);
+    second = upperHalves(sum, difference);
+  }
+}
+template <class V, class T>
+MOX_INLINE void getHalves(const SplitIo<T>& io, size_t i, size_t j, V& first, V& second) {
+  const V sign = byHalves<V>(1, 1, -1, -1);
+  const V re = fma(loadTwice<V>(io.inRe + j), sign, loadTwice<V>(io.inRe + i));
+  const V im = fma(loadTwice<V>(io.inIm + j), sign, loadTwice<V>(io.inIm + i));
+  interleaveHalves(re, im, first, second);
+}
+
+// The other levels: y[k] to the outputs 2k and 2k+1.
+template <int D, class V>
+MOX_INLINE void halvedButterfly(V (&y)[4], V half) {
+  using T = ElementOf<V>;
+  const V turn = byHalves<V>(1, 1, D, -D), sign = byHalves<V>(1, 1, -1, -1);
+  const V y2 = swapUpperParts(y[2]);
+  const V u = fma(y2, turn, y[0]), v = fnma(y2, turn, y[0]);
+  const V s = fma(y[3], sign, y[1]), t = swapParts(fnma(y[3], sign, y[1]));
+  const V a = fmaAbove(t, turn, s), b = fnmaAbove(t, turn, s);
+  const V c = lowerHalves(byHalves<V>(T(1), T(1), T(0), T(0)), half);
+  const V d = lowerHalves(byHalves<V>(D, -D, T(0), T(0)), -half);
+  y[0] = fma(a, c, u);
+  y[1] = fma(b, d, v);
+  y[2] = fnma(a, c, u);
+  y[3] = fnma(b, d, v);
 }
 #endif

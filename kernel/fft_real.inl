@@ -200,6 +200,16 @@ constexpr int registerRows(const void*) { return 0; }
 constexpr int registerRows(const Order2*) { return 2; }
 #if MOX_VEC_BYTES >= 32
 constexpr int registerRows(const Order3*) { return 2; }
+template <int L>
+constexpr int registerRows(const HalvedOrder3<L>*) {
+  return 8 / L;
+}
+#endif
+#if MOX_VEC_BYTES == 64
+template <int C>
+constexpr int registerRows(const Halved<C>*) {
+  return C;
+}
 #endif
 template <class T, int R, int C>
 constexpr int registerRows(const Small<T, R, C>*) {
@@ -207,6 +217,14 @@ constexpr int registerRows(const Small<T, R, C>*) {
 }
 template <class T, int Order>
 constexpr int kRegisterRows = registerRows(static_cast<Kernel<T, Order>*>(nullptr));
+
+// The kernel that a spectrum goes to, after its separation.
+template <class T, int Order>
+struct SignalKernel : Kernel<T, Order> {};
+#if MOX_VEC_BYTES == 64
+template <>
+struct SignalKernel<double, 3> : HalvedOrder3<2> {};  // 8.0 ns in four rows, 9.4 ns in two
+#endif
 
 // Whether a complex kernel comes to its output at once: with Z between them as well there would be too much for the
 // first-level cache.
@@ -226,6 +244,10 @@ struct IntoRows {
   template <class U>
   MOX_INLINE U get(size_t i) const {
     return load<U>(in + 2 * i);
+  }
+  template <class U>
+  MOX_INLINE U getTwice(size_t i) const {
+    return loadTwice<U>(in + 2 * i);
   }
   template <class U>
   MOX_INLINE void put(size_t i, U v) const {
@@ -351,7 +373,7 @@ void realToSignal(T first, T middle, const T* bins, T* x, T* table, T scale) {
     x[2] = (a - c) * scale;
     x[3] = (b - d) * scale;
   } else if constexpr (kRegisterRows<T, Order> > 0) {
-    constexpr size_t R = kRegisterRows<T, Order>;
+    constexpr size_t R = registerRows(static_cast<SignalKernel<T, Order>*>(nullptr));
     using V = Vec<T, static_cast<int>(2 * M / R)>;
     V z[R];
     z[0] = rowZero<V>(first, bins);
@@ -359,7 +381,7 @@ void realToSignal(T first, T middle, const T* bins, T* x, T* table, T scale) {
     for (size_t j = 1; j < R; ++j) z[j] = BinRows<V>{bins}.get(j);
     separateRows<false, D>(RegisterRows<V>{z}, RegisterRows<V>{z}, R, z[0], repeated<V>(middle, 0),
                            realRoots<T, Order>(table), T(1));
-    Kernel<T, Order>::template run<-1>(FromRows<T, V>{z, x, 2 * scale}, table);
+    SignalKernel<T, Order>::template run<-1>(FromRows<T, V>{z, x, 2 * scale}, table);
   } else if constexpr (kReadsSpectrum<T, Order>) {
     const SpectrumIo<T, M, D> io{first, middle, bins, x, realRoots<T, Order>(table), 2 * scale};
     Kernel<T, Order>::template run<-1>(io, table);

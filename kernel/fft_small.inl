@@ -66,6 +66,55 @@ struct Order3 {
 };
 #endif
 
+#if MOX_VEC_BYTES >= 32
+// Radix 8 by halves in vectors of L values.
+template <int L>
+struct HalvedOrder3;
+
+template <>
+struct HalvedOrder3<2> {
+  using V = Vec<double, 4>;
+  static constexpr uint64_t kElements = 1;  // never nothing: it is allocated
+  static void build(const Roots&, double*) {}
+
+  template <int D, class Io>
+  MOX_INLINE static void run(const Io& io, const double*) {
+    V y[4];
+    getHalves(io, 0, 4, y[0], y[1]);
+    getHalves(io, 2, 6, y[2], y[3]);
+    halvedButterfly<D>(y, broadcast<V>(kHalfRoot));
+#  pragma GCC unroll 4
+    for (size_t k = 0; k < 4; ++k) io.put(2 * k, y[k]);
+  }
+};
+#endif
+#if MOX_VEC_BYTES == 64
+// Here there are two columns in a vector: what each level makes of one column and of the other stands side by side.
+template <>
+struct HalvedOrder3<4> {
+  using V = Vec<double, 8>;
+  static constexpr uint64_t kElements = 1;  // never nothing: it is allocated
+  static void build(const Roots&, double*) {}
+
+  template <int D, class Io>
+  MOX_INLINE static void run(const Io& io, const double*) {
+    constexpr double half = kHalfRoot;
+    V x, y;
+    getHalves(io, 0, 4, x, y);
+    y = __builtin_shufflevector(y, y, 0, 1, 2, 3, 5, 4, 6, 7);
+    const V turn = {1, 1, 1, 1, D, -D, 1, 1};
+    const V s = fma(y, turn, x), d = fnma(y, turn, x);
+    const V even = evenQuarters(s, d);
+    const V odd = __builtin_shufflevector(s, d, 2, 3, 14, 15, 11, 10, 14, 15);
+    const V sum = __builtin_shufflevector(s, s, 7, 6, 7, 6, 7, 6, 7, 6);
+    const V a = _mm512_mask3_fmadd_pd(sum, V{0, 0, D, -D, 0, 0, -D, D}, odd, 0xcc);
+    const V c = {1, 1, half, half, D, -D, -half, -half};
+    io.put(0, fma(a, c, even));
+    io.put(4, fnma(a, c, even));
+  }
+};
+#endif
+
 // R rows of C values: radix R down the rows, twiddles, transposes, radix C. A row is K vectors of L values.
 template <class T, int R, int C>
 struct Small {
@@ -137,3 +186,76 @@ struct Small {
     }
   }
 };
+
+#if MOX_VEC_BYTES == 64
+// Radix 8 by halves down the rows of C values, twiddles, radix C: Small<float, 8, C> with fewer shuffles and in whole
+// vectors.
+template <int C>
+struct Halved {
+  static constexpr int N = 8 * C;
+  using V = Vec<float, 16>;
+  static constexpr bool kReady = true;
+  static constexpr int kStep = kRootElements<V, kReady>;
+
+  // The table: twiddles, of all outputs by columns, then factors.
+  static constexpr int kFactors = C * kStep;
+  static constexpr uint64_t kElements = kFactors + Factors<C, V>::kCount * 16;
+
+  static void build(const Roots& roots, float* table) {
+    for (int n = 0; n < C; ++n, table += kStep) {
+      for (int p = 0; p < 8; ++p) storeTwiddle<V, kReady>(roots, true, false, N, 8, p, n, p, table);
+    }
+    storeBlockFactors<C, 8>(8, 0, table);
+  }
+
+  // Outputs 2k and 2k+1 of four columns, from y[k], to all outputs of one column each.
+  MOX_INLINE static void gather(const V (&y)[4], V* columns) {
+    using W = Vec<double, 8>;
+    const W a = reinterpret_cast<W>(lowerPairs(y[0], y[1])), b = reinterpret_cast<W>(lowerPairs(y[2], y[3]));
+    const W c = reinterpret_cast<W>(upperPairs(y[0], y[1])), d = reinterpret_cast<W>(upperPairs(y[2], y[3]));
+    columns[0] = reinterpret_cast<V>(__builtin_shufflevector(a, b, 0, 4, 1, 5, 8, 12, 9, 13));
+    columns[1] = reinterpret_cast<V>(__builtin_shufflevector(c, d, 0, 4, 1, 5, 8, 12, 9, 13));
+    columns[2] = reinterpret_cast<V>(__builtin_shufflevector(a, b, 2, 6, 3, 7, 10, 14, 11, 15));
+    columns[3] = reinterpret_cast<V>(__builtin_shufflevector(c, d, 2, 6, 3, 7, 10, 14, 11, 15));
+  }
+
+  // Of all outputs but the first of a column: a product with 1 is not for nothing, it changes zeros and infinities, and
+  // those are to be the same ones as in other sets.
+  template <int D>
+  MOX_INLINE static V timesTwiddles(V v, const float* twiddles) {
+    const V re = load<V>(twiddles), cross = swapParts(v) * load<V>(twiddles + 16);
+    return D > 0 ? _mm512_mask_fmaddsub_ps(v, 0xfffc, re, cross) : _mm512_mask_fmsubadd_ps(v, 0xfffc, re, cross);
+  }
+
+  template <int D, class Io>
+  MOX_INLINE static void run(const Io& io, const float* table) {
+    V x[C];
+    const V exact = broadcast<V>(static_cast<float>(kHalfRoot));
+    V scaled = exact;
+    scaled[0] = scaled[1] = static_cast<float>(kScaledHalfRoot);
+    if constexpr (C == 4) {
+      V y[4];
+      getHalves(io, 0, N / 2, y[0], y[1]);
+      getHalves(io, 8, N / 2 + 8, y[2], y[3]);
+      halvedButterfly<D>(y, scaled);
+      gather(y, x);
+    } else {
+#  pragma GCC unroll 16
+      for (size_t n = 0; n < C; n += 8) {
+        V y[4], z[4];
+#  pragma GCC unroll 16
+        for (size_t j = 0; j < 4; ++j) getHalves(io, n + C * j, n + C * j + N / 2, y[j], z[j]);
+        halvedButterfly<D>(y, n == 0 ? scaled : exact);
+        gather(y, x + n);
+        halvedButterfly<D>(z, exact);
+        gather(z, x + n + 4);
+      }
+    }
+#  pragma GCC unroll 16
+    for (int n = 0; n < C; ++n) x[n] = timesTwiddles<D>(x[n], table + n * kStep);
+    butterfly<D>(x, factorsOf<C, V>(StoredFactors<float>{table + kFactors}));
+#  pragma GCC unroll 16
+    for (size_t k = 0; k < C; ++k) io.put(8 * k, x[k]);
+  }
+};
+#endif

@@ -43,6 +43,26 @@ MOX_INLINE void store(ElementOf<V>* p, V v) {
   __builtin_memcpy(p, &v, sizeof v);
 }
 
+#if MOX_VEC_BYTES >= 32
+// Half a vector from memory in both halves: a load and no shuffle.
+template <class V>
+MOX_INLINE V loadTwice(const ElementOf<V>* p);
+template <>
+MOX_INLINE Vec<double, 4> loadTwice<Vec<double, 4>>(const double* p) {
+  return _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p));
+}
+#endif
+#if MOX_VEC_BYTES == 64
+template <>
+MOX_INLINE Vec<float, 16> loadTwice<Vec<float, 16>>(const float* p) {
+  return _mm512_maskz_broadcast_f32x8(0xffff, _mm256_loadu_ps(p));
+}
+template <>
+MOX_INLINE Vec<double, 8> loadTwice<Vec<double, 8>>(const double* p) {
+  return _mm512_maskz_broadcast_f64x4(0xff, _mm256_loadu_pd(p));
+}
+#endif
+
 // Keeps a loaded value in its register: GCC would rather load it again for its second use, and processors that do three
 // vector operations a cycle are short of loads (float64, order 9, radix 8: 21.2 and 20.1 cycles for 8 vectors).
 template <class V>
@@ -171,6 +191,15 @@ MOX_INLINE Vec<float, 8> lowerPairs(Vec<float, 8> a, Vec<float, 8> b) {
 }
 MOX_INLINE Vec<float, 8> upperPairs(Vec<float, 8> a, Vec<float, 8> b) {
   return _mm256_castsi256_ps(_mm256_unpackhi_epi64(_mm256_castps_si256(a), _mm256_castps_si256(b)));
+}
+#endif
+
+#if MOX_VEC_BYTES == 64
+MOX_INLINE Vec<float, 16> lowerPairs(Vec<float, 16> a, Vec<float, 16> b) {
+  return __builtin_shufflevector(a, b, 0, 1, 16, 17, 4, 5, 20, 21, 8, 9, 24, 25, 12, 13, 28, 29);
+}
+MOX_INLINE Vec<float, 16> upperPairs(Vec<float, 16> a, Vec<float, 16> b) {
+  return __builtin_shufflevector(a, b, 2, 3, 18, 19, 6, 7, 22, 23, 10, 11, 26, 27, 14, 15, 30, 31);
 }
 #endif
 
