@@ -209,15 +209,20 @@ TYPED_TEST(ComplexFft, TouchesNothingButItsArraysAtAnyAlignment) {
 TYPED_TEST(ComplexFft, HasTheSameBitsWithWiderVectors) {
   using T = TypeParam;
   for (int order = 0; order <= (kSanitized ? 14 : 18); ++order) {
-    const auto x = noise<ComplexOf<T>>(size_t{1} << order, 11);
-    std::vector<std::vector<ComplexOf<T>>> results, parts;
-    forEachLevel([&] {
-      results.push_back(this->nip(x, order, MOX_Inv));
-      parts.push_back(this->partsNip(x, order, MOX_Inv));
-    });
-    for (size_t i = 2; i < results.size(); ++i) {
-      EXPECT_TRUE(sameBits(results[i], results[i - 1])) << order;
-      EXPECT_TRUE(sameBits(parts[i], parts[i - 1])) << order;
+    const size_t n = size_t{1} << order;
+    // An impulse, whose zeros show their signs, too.
+    std::vector<ComplexOf<T>> impulse(n, {T(0), T(-0.0)});
+    impulse[n / 3].re = 1;
+    for (const auto& x : {noise<ComplexOf<T>>(n, 11), impulse}) {
+      std::vector<std::vector<ComplexOf<T>>> results, parts;
+      forEachLevel([&] {
+        results.push_back(this->nip(x, order, MOX_Inv));
+        parts.push_back(this->partsNip(x, order, MOX_Inv));
+      });
+      for (size_t i = 2; i < results.size(); ++i) {
+        EXPECT_TRUE(sameBits(results[i], results[i - 1])) << order;
+        EXPECT_TRUE(sameBits(parts[i], parts[i - 1])) << order;
+      }
     }
   }
 }
