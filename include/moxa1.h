@@ -36,7 +36,7 @@
  * processor with fused multiply-add (AVX2 or later) and in both products; on older processors transforms, filters,
  * float64 dot products and mean powers, logarithms, exponentials and polar forms may differ in the last place. The
  * floating-point state of the calling thread (rounding mode, flush-to-zero) acts on the arithmetic of the samples as
- * the processor defines it; tables are built in the default state.
+ * the processor defines it, and processors may then differ in the last place; tables are built in the default state.
  */
 #ifndef MOXA1_H
 #define MOXA1_H
