@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <limits>
 
 #include "tests/support/support.h"
 
@@ -126,6 +127,24 @@ TYPED_TEST(RealVector, SquaresRootsAndMagnitudes) {
   EXPECT_EQ(v[2], 3);
   EXPECT_EQ(reports.take(), std::vector<std::string>{std::string("mox") + Api<T>::kLetter +
                                                      "bSqrt1: Element of input vector is negative (-5)"});
+}
+
+TYPED_TEST(RealVector, OneNegativeElementIsFoundWhereverItStands) {
+  using T = TypeParam;
+  forEachLevel([] {
+    Reports reports;
+    for (const size_t n : {size_t{3}, size_t{40}, size_t{150}}) {
+      std::vector<T> x(n, T(-0.0)), roots(n);
+      Api<T>::sqrt2(x.data(), roots.data(), static_cast<int32_t>(n));
+      EXPECT_EQ(reports.take(), std::vector<std::string>());
+      for (size_t at = 0; at < n; ++at) {
+        x[at] = -std::numeric_limits<T>::denorm_min();
+        Api<T>::sqrt2(x.data(), roots.data(), static_cast<int32_t>(n));
+        ASSERT_EQ(reports.take().size(), 1u) << at << " of " << n;
+        x[at] = T(-0.0);
+      }
+    }
+  });
 }
 
 // The order of the bit patterns.
