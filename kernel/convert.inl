@@ -658,7 +658,8 @@ struct Magnitude16 {
 #else
     const __m512i both = reinterpret_cast<__m512i>(words), squares = _mm512_madd_epi16(both, both);
     const __m512i atLeast1 = _mm512_maskz_max_epu32(0xffff, squares, _mm512_set1_epi32(1));
-    const Floats found = rootAndInverse(Floats(_mm512_maskz_cvtepu32_ps(0xffff, atLeast1))).a;
+    const Floats real = _mm512_maskz_cvtepu32_ps(0xffff, atLeast1);
+    const Floats found = rootBy(_mm512_maskz_rsqrt14_ps(0xffff, real), real);
 #endif
     const Uint32s t = reinterpret_cast<Uint32s>(truncated(found + 0.0625f));
     const Int32s rest = reinterpret_cast<Int32s>(reinterpret_cast<Uint32s>(squares) - t * t);

@@ -195,32 +195,46 @@ MOX_INLINE Pair<Vec<float, 16>> byMagnitude(Vec<float, 16> x, Vec<float, 16> y) 
                                                   _mm512_castps_si512(larger), exclusiveOr);
   return {larger, _mm512_castsi512_ps(other)};
 }
-// sqrt(s) to a unit and 1/sqrt(s) to kInverseError, four times what the estimate claims. (The root of 16 values takes
-// 12 cycles, all the rest of a magnitude 14.)
+// sqrt(s) to a unit from y, the estimate of 1/sqrt(s). (The root of 16 values takes 12 cycles, all the rest of a
+// magnitude 14.)
+MOX_INLINE Vec<float, 16> rootBy(Vec<float, 16> y, Vec<float, 16> s) {
+  const Vec<float, 16> r = s * y;
+  return fma(fnma(r, r, s), y * 0.5f, r);
+}
+// For s from `least` on sqrt(s) to a unit and 1/sqrt(s) to kInverseError, four times what the estimate claims.
 constexpr float kInverseError = 0x1p-12f;
-MOX_INLINE Pair<Vec<float, 16>> rootAndInverse(Vec<float, 16> s) {
-  const Vec<float, 16> y = _mm512_maskz_rsqrt14_ps(0xffff, s), r = s * y;
-  return {fma(fnma(r, r, s), y * 0.5f, r), y};
-}
-// Whether any a differs from its b (as NaN does), or any s is below `least`.
-MOX_INLINE bool anyDiffersOrBelow(Vec<float, 16> a, Vec<float, 16> b, Vec<float, 16> s, float least) {
-  const __mmask16 differs = _mm512_cmp_ps_mask(a, b, _CMP_NEQ_UQ);
-  return !_kortestz_mask16_u8(differs, _mm512_cmp_ps_mask(s, _mm512_set1_ps(least), _CMP_NGE_UQ));
-}
+struct RootAndInverse {
+  Vec<float, 16> root, inverse;
+  __mmask16 valid;
+
+  MOX_INLINE RootAndInverse(Vec<float, 16> s, float least)
+      : valid(_mm512_cmp_ps_mask(s, _mm512_set1_ps(least), _CMP_GE_OQ)) {
+    inverse = _mm512_maskz_rsqrt14_ps(valid, s);
+    root = rootBy(inverse, s);
+  }
+  // Whether no s is below `least` or a NaN, and every a is its b (NaN never is).
+  MOX_INLINE bool allAgree(Vec<float, 16> a, Vec<float, 16> b) const {
+    const __mmask16 agree = _mm512_mask_cmp_ps_mask(valid, a, b, _CMP_EQ_OQ);
+    return _kortestc_mask16_u8(agree, agree);
+  }
+};
 #  else
 MOX_INLINE Pair<Vec<float, 8>> byMagnitude(Vec<float, 8> x, Vec<float, 8> y) {
   const Vec<float, 8> a = magnitudeOf(x), b = magnitudeOf(y);
   return {greater(a, b), less(b, a)};  // of a NaN and a number, both take the second operand
 }
 constexpr float kInverseError = 0x1p-10f;
-MOX_INLINE Pair<Vec<float, 8>> rootAndInverse(Vec<float, 8> s) {
-  const Vec<float, 8> r = root(s);
-  return {r, _mm256_rcp_ps(r)};
-}
-MOX_INLINE bool anyDiffersOrBelow(Vec<float, 8> a, Vec<float, 8> b, Vec<float, 8> s, float least) {
-  const __m256 differs = _mm256_cmp_ps(a, b, _CMP_NEQ_UQ), below = _mm256_cmp_ps(s, _mm256_set1_ps(least), _CMP_NGE_UQ);
-  return _mm256_movemask_ps(_mm256_or_ps(differs, below)) != 0;
-}
+struct RootAndInverse {
+  Vec<float, 8> root, inverse, valid;
+
+  MOX_INLINE RootAndInverse(Vec<float, 8> s, float least)
+      : root(_mm256_sqrt_ps(greater(broadcast<Vec<float, 8>>(least), s))),
+        inverse(_mm256_rcp_ps(root)),
+        valid(_mm256_cmp_ps(s, _mm256_set1_ps(least), _CMP_GE_OQ)) {}
+  MOX_INLINE bool allAgree(Vec<float, 8> a, Vec<float, 8> b) const {
+    return _mm256_movemask_ps(_mm256_and_ps(_mm256_cmp_ps(a, b, _CMP_EQ_OQ), valid)) == 0xff;
+  }
+};
 #  endif
 #endif
 
@@ -239,14 +253,13 @@ struct MagnitudeFloat {
     const auto [a, b] = byMagnitude(v.a, v.b);
     const V p = a * a, s = fma(b, b, p), part = s - p;  // exact: p <= s <= 2p
     const V rest = fms(a, a, p) + fms(b, b, part);
-    const V bounded = greater(broadcast<V>(least), s);  // zeros multiply no infinity
-    const auto [r, inverse] = rootAndInverse(bounded);
-    const V twice = fma(fnma(r, r, bounded), inverse, rest * inverse);
+    const RootAndInverse of(s, least);
+    const V r = of.root, twice = fma(fnma(r, r, s), of.inverse, rest * of.inverse);
     const V above = fma(twice, broadcast<V>(0.5f + 0.5f * kInverseError), r);
     const V below = fma(twice, broadcast<V>(0.5f - 0.5f * kInverseError), r);
-    if (anyDiffersOrBelow(above, below, s, least)) [[unlikely]]
-      return magnitudeInFloat64(v);
-    return above;
+    if (of.allAgree(above, below)) [[likely]]
+      return above;
+    return magnitudeInFloat64(v);
   }
 #else
   template <class V>
