@@ -250,10 +250,10 @@ MOX_NOINLINE void separateSpectrum(T* z, size_t M, Roots roots, T scale) {
   separateRows<true, D>(rows, rows, 2 * M * sizeof(T) / sizeof(V), zero, zero, roots, scale);
 }
 
-template <class T, int D, class Roots>
-MOX_NOINLINE void separateSignal(T first, T middle, const T* bins, T* z, size_t M, Roots roots) {
+template <class T, int D, class Out, class Roots>
+MOX_NOINLINE void separateSignal(T first, T middle, const T* bins, Out z, size_t M, Roots roots) {
   using V = RealVec<T>;
-  separateRows<false, D>(BinRows<V>{bins}, MemoryRows<V>{z}, 2 * M * sizeof(T) / sizeof(V), rowZero<V>(first, bins),
+  separateRows<false, D>(BinRows<V>{bins}, z, 2 * M * sizeof(T) / sizeof(V), rowZero<V>(first, bins),
                          repeated<V>(middle, 0), roots, T(1));
 }
 
@@ -333,6 +333,13 @@ struct FromRows {
   }
 };
 
+// Whether M - 1 complex bins and M complex values of the signal lie apart.
+template <class T>
+MOX_INLINE bool liesApart(const T* bins, const T* out, size_t M) {
+  const uintptr_t from = reinterpret_cast<uintptr_t>(bins), to = reinterpret_cast<uintptr_t>(out);
+  return to + 2 * M * sizeof(T) <= from || from + 2 * (M - 1) * sizeof(T) <= to;
+}
+
 // A kernel that gets Z from X on its way. D as in Separation.
 template <class T, size_t M, int D>
 struct SpectrumIo {
@@ -387,9 +394,27 @@ struct SpectrumIo {
   MOX_INLINE void prefetch(size_t i) const { __builtin_prefetch(out + 2 * i, 1); }
   template <bool kAtLine>
   MOX_INLINE T* work(T* scratch) const {
-    const uintptr_t from = reinterpret_cast<uintptr_t>(bins), to = reinterpret_cast<uintptr_t>(out);
-    const bool apart = to + 2 * M * sizeof(T) <= from || from + 2 * (M - 1) * sizeof(T) <= to;
-    return workIn<kAtLine>(out, apart, scratch);
+    return workIn<kAtLine>(out, liesApart(bins, out, M), scratch);
+  }
+};
+
+// Whether a spectrum goes to the order that two sweeps want: one array less in the cache.
+template <class T, int Order>
+constexpr bool gathers() {
+  if constexpr (Order >= kFirstSweepOrder) {
+    return kSweepPlan<T, Order>.within;
+  } else {
+    return false;
+  }
+}
+template <class T, int Order>
+constexpr bool kGathers = gathers<T, Order>();
+template <class T, int Order>
+struct GatheredRows {
+  T* values;
+  template <class V>
+  MOX_INLINE void put(size_t j, V v) const {
+    store(values + 2 * sweepGathered<T, Order>(sizeof(V) / sizeof(T) / 2 * j), v);
   }
 };
 
@@ -450,7 +475,14 @@ void realToSignal(T first, T middle, const T* bins, T* x, T* table, T scale) {
     const SpectrumIo<T, M, D> io{first, middle, bins, x, realRoots<T, Order>(table).v, 2 * scale};
     Kernel<T, Order>::template run<-1>(io, table);
   } else {
-    separateSignal<T, D>(first, middle, bins, x, M, realRoots<T, Order>(table));
+    if constexpr (kGathers<T, Order>) {
+      if (liesApart(bins, x, M)) {
+        T* const work = sweepWork<T, Order>(x, table);
+        separateSignal<T, D>(first, middle, bins, GatheredRows<T, Order>{work}, M, realRoots<T, Order>(table));
+        return sweepInverseGathered<T, Order>(work, x, table, 2 * scale);
+      }
+    }
+    separateSignal<T, D>(first, middle, bins, MemoryRows<RealVec<T>>{x}, M, realRoots<T, Order>(table));
     kComplexFft<T>.inverse[Order](x, x, table, 2 * scale);
   }
 }

@@ -835,10 +835,13 @@ MOX_NOINLINE void sweepLast(const Io& given, const SweepPlan& plan, const T* in,
 
 // ---- The two sweeps. ------------------------------------------------------------------------------------------------
 
+// `gathered` says that x lies as sweepGathered() has it.
 template <class T, class Io>
-MOX_NOINLINE void sweepRows(const Io& io, const SweepPlan& plan, T* table, T* middle) {
+MOX_NOINLINE void sweepRows(const Io& io, const SweepPlan& plan, T* table, T* middle, bool gathered) {
   constexpr size_t E = kSweepElement<T>, S = kSweepLanes<T>;
   const size_t rows = plan.rowCount(), columns = plan.columnCount(), chunk = static_cast<size_t>(plan.chunk);
+  const size_t nextInput = gathered ? S * rows : rows * columns;
+  const size_t nextRow = gathered ? S : columns, nextColumn = gathered ? S * rows : 1;
   const size_t rowStep = plan.rowStep(), columnStep = plan.columnStep();
   T* const buffer = sweepAt(table, plan.buffer);
   const T* const lanes = sweepAt(table, plan.lanes);
@@ -854,17 +857,18 @@ MOX_NOINLINE void sweepRows(const Io& io, const SweepPlan& plan, T* table, T* mi
   for (size_t c = 0; c < columns; c += chunk) {
     for (size_t group = 0; group < groups; ++group) {
       for (size_t r = group; r < rows; r += groups) {
-        const size_t n = r * columns + c;
+        const size_t n = r * nextRow + c * nextColumn;
         const T* const w = first + r * firstReals;
         T* const to = buffer + r * chunk * E;
         if (plan.far) {
           const size_t next = r + groups < rows ? r + groups : group + 1;
-          const size_t ahead = (next < groups || r + groups < rows ? next * columns + c : c + chunk) - n;
-          sweepFirst<T, true, true>(io, n, rows * columns, chunk, ahead, to, w, lanes);
+          const bool later = next >= groups && r + groups >= rows;  // in the next chunk
+          const size_t ahead = (later ? (c + chunk) * nextColumn : next * nextRow + c * nextColumn) - n;
+          sweepFirst<T, true, true>(io, n, nextInput, chunk, ahead, to, w, lanes);
         } else if (plan.product) {
-          sweepFirst<T, true, false>(io, n, rows * columns, chunk, 0, to, w, lanes);
+          sweepFirst<T, true, false>(io, n, nextInput, chunk, 0, to, w, lanes);
         } else {
-          sweepFirst<T, false, false>(io, n, rows * columns, chunk, 0, to, w, lanes);
+          sweepFirst<T, false, false>(io, n, nextInput, chunk, 0, to, w, lanes);
         }
       }
       if (plan.rowBits > firstBits) {
@@ -937,10 +941,10 @@ template <class T, int order>
 constexpr SweepPlan kSweepPlan = sweepPlan<T>(order);
 
 template <class T, int order, class Io>
-MOX_INLINE void sweepTransform(const Io& io, T* table, T* middle) {
+MOX_INLINE void sweepTransform(const Io& io, T* table, T* middle, bool gathered = false) {
   constexpr const SweepPlan& plan = kSweepPlan<T, order>;
   static_assert(plan.columnBits > 4);  // the last pass is of radix 8
-  sweepRows(io, plan, table, middle);
+  sweepRows(io, plan, table, middle, gathered);
   sweepColumns<T, plan.width>(io, plan, table, middle);
 }
 
@@ -979,6 +983,25 @@ void sweepForward(const T* in, T* out, T* table, T) {
 template <class T, int order>
 void sweepInverse(const T* in, T* out, T* table, T scale) {
   sweepPacked<T, order>(SweepInverse<T>{{in, out}, scale}, in, out, table);
+}
+// An inverse transform within X alone, where X holds middle values: x stands there in the order in which sweep A takes
+// it, so that the middle values of a chunk go where its x was. Value n is at sweepGathered(n); S values stay together.
+template <class T, int order>
+MOX_INLINE size_t sweepGathered(size_t n) {
+  constexpr const SweepPlan& plan = kSweepPlan<T, order>;
+  constexpr size_t S = kSweepLanes<T>, chunks = plan.columnCount() / S;
+  static_assert(plan.within && plan.chunk == S);
+  return n / S % chunks * S * S * plan.rowCount() + n / plan.columnCount() * S + n % S;
+}
+// Where X, and x before it, are to be made for `out`.
+template <class T, int order>
+MOX_INLINE T* sweepWork(T* out, T* table) {
+  return workIn<true>(out, true, sweepAt(table, kSweepPlan<T, order>.whole));
+}
+template <class T, int order>
+void sweepInverseGathered(T* work, T* out, T* table, T scale) {
+  sweepTransform<T, order>(SweepInverse<T>{{work, work}, scale}, table, work, true);
+  if (work != out) sweepCopy(work, out, size_t{2} << order);
 }
 template <class T, int order>
 void sweepSplit(const T* inRe, const T* inIm, T* outRe, T* outIm, T* table, T scale) {

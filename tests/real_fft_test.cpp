@@ -176,7 +176,7 @@ TYPED_TEST(RealFft, HasFormsThatAgreeInEveryBit) {
   using A = Api<T>;
   constexpr int32_t unknown = MOX_InBitRev | MOX_OutBitRev | MOX_NoBitRev;
   forEachLevel([&] {
-    for (int order = 1; order <= (kSanitized ? 13 : 15); ++order) {
+    for (int order = 1; order <= (kSanitized ? 13 : 16); ++order) {
       SCOPED_TRACE(order);
       const size_t n = size_t{1} << order;
       const auto x = noise<T>(n, 31);
@@ -211,7 +211,7 @@ TYPED_TEST(RealFft, HasFormsThatAgreeInEveryBit) {
 TYPED_TEST(RealFft, WorksAtAnyAlignment) {
   using T = TypeParam;
   forEachLevel([&] {
-    for (int order = 2; order <= 12; ++order) {
+    for (int order = 2; order <= (kSanitized ? 12 : 16); ++order) {
       const size_t n = size_t{1} << order;
       const auto x = noise<T>(n, 41), ccs = this->someCcs(n, 42);
       for (const Flush flush : {Flush::AtStart, Flush::AtEnd}) {
