@@ -398,11 +398,12 @@ struct SpectrumIo {
   }
 };
 
-// Whether a spectrum goes to the order that two sweeps want: one array less in the cache.
+// Whether a spectrum goes to the order that two sweeps want: one array less in the cache. (Finding the places of single
+// float64 values costs more.)
 template <class T, int Order>
 constexpr bool gathers() {
   if constexpr (Order >= kFirstSweepOrder) {
-    return kSweepPlan<T, Order>.within;
+    return kVecBytes > 16 && kSweepPlan<T, Order>.within;
   } else {
     return false;
   }
