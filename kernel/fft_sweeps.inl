@@ -984,6 +984,7 @@ template <class T, int order>
 void sweepInverse(const T* in, T* out, T* table, T scale) {
   sweepPacked<T, order>(SweepInverse<T>{{in, out}, scale}, in, out, table);
 }
+
 // An inverse transform within X alone, where X holds middle values: x stands there in the order in which sweep A takes
 // it, so that the middle values of a chunk go where its x was. Value n is at sweepGathered(n); S values stay together.
 template <class T, int order>
@@ -993,16 +994,19 @@ MOX_INLINE size_t sweepGathered(size_t n) {
   static_assert(plan.within && plan.chunk == S);
   return n / S % chunks * S * S * plan.rowCount() + n / plan.columnCount() * S + n % S;
 }
+
 // Where X, and x before it, are to be made for `out`.
 template <class T, int order>
 MOX_INLINE T* sweepWork(T* out, T* table) {
   return workIn<true>(out, true, sweepAt(table, kSweepPlan<T, order>.whole));
 }
+
 template <class T, int order>
 void sweepInverseGathered(T* work, T* out, T* table, T scale) {
   sweepTransform<T, order>(SweepInverse<T>{{work, work}, scale}, table, work, true);
   if (work != out) sweepCopy(work, out, size_t{2} << order);
 }
+
 template <class T, int order>
 void sweepSplit(const T* inRe, const T* inIm, T* outRe, T* outIm, T* table, T scale) {
   T* const scratch = sweepAt(table, kSweepPlan<T, order>.scratch);
