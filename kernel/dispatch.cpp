@@ -11,12 +11,12 @@ namespace avx2 {
 extern const Kernels table;
 }
 namespace avx512 {
-#  if defined(_WIN32) && defined(__i386__)
+#if defined(_WIN32) && defined(__i386__)
 constexpr const Kernels* available = nullptr;  // not built: with eight vector registers it gains nothing
-#  else
+#else
 extern const Kernels table;
 constexpr const Kernels* available = &table;
-#  endif
+#endif
 }  // namespace avx512
 
 const Kernels* at(Level level) {
