@@ -1,4 +1,4 @@
-/* A caller in plain C: structures by value, the header as C reads it. Compiled once per C compiler, under a name each. */
+/* A caller in plain C: structures by value, the header as C reads it. Compiled once per compiler, under a name each. */
 #include "moxa1.h"
 
 #if defined(_MSC_VER)
