@@ -959,6 +959,12 @@ MOX_NOINLINE void sweepCopy(const T* from, T* to, size_t n) {
   store(to + n - W, load<V>(from + n - W));
 }
 
+// Where X is to be made for `out`.
+template <class T, int order>
+MOX_INLINE T* sweepWork(T* out, T* table) {
+  return workIn<true>(out, true, sweepAt(table, kSweepPlan<T, order>.whole));
+}
+
 // Elements of X that lie across lines share them with elements of the next row, which has them fetched once more, and
 // take two steps to store. Where the middle values are in scratch, vectors of 32 bytes are worst (order 13 of float64:
 // 28.6 us, 17.6 where there is no such element, 22 with a copy); X within costs a copy only.
@@ -968,7 +974,7 @@ MOX_INLINE void sweepPacked(const Io& io, const T* in, T* out, T* table) {
   T* const scratch = sweepAt(table, plan.scratch);
   T* const middle = plan.within ? workIn<true>(out, out != in, scratch) : scratch;
   if constexpr (plan.apart) {
-    T* const work = workIn<true>(out, true, sweepAt(table, plan.whole));
+    T* const work = sweepWork<T, order>(out, table);
     sweepTransform<T, order>(io.onto(work), table, middle);
     if (work != out) sweepCopy(work, out, size_t{2} << order);
   } else {
@@ -993,12 +999,6 @@ MOX_INLINE size_t sweepGathered(size_t n) {
   constexpr size_t S = kSweepLanes<T>, chunks = plan.columnCount() / S;
   static_assert(plan.within && plan.chunk == S);
   return n / S % chunks * S * S * plan.rowCount() + n / plan.columnCount() * S + n % S;
-}
-
-// Where X, and x before it, are to be made for `out`.
-template <class T, int order>
-MOX_INLINE T* sweepWork(T* out, T* table) {
-  return workIn<true>(out, true, sweepAt(table, kSweepPlan<T, order>.whole));
 }
 
 template <class T, int order>
